@@ -1,0 +1,76 @@
+#pragma once
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+namespace QTx {
+
+// Builds one line of output in a fixed buffer and hands it to the stdio stream in
+// one write. The listings print millions of short lines for a large library, and
+// printf's format parsing would dominate the run time.
+class TextLine {
+public:
+    explicit TextLine(FILE* out) : out_(out) {}
+    ~TextLine() { flush(); }
+    TextLine(const TextLine&) = delete;
+    TextLine& operator=(const TextLine&) = delete;
+
+    TextLine& str(std::string_view s)
+    {
+        if (s.size() > sizeof(buf_) - len_) {
+            flush();
+            if (s.size() > sizeof(buf_)) {
+                fwrite_unlocked(s.data(), 1, s.size(), out_);
+                return *this;
+            }
+        }
+        memcpy(buf_ + len_, s.data(), s.size());
+        len_ += s.size();
+        return *this;
+    }
+    TextLine& ch(char c)
+    {
+        reserve(1);
+        buf_[len_++] = c;
+        return *this;
+    }
+    TextLine& spaces(size_t n)
+    {
+        while (n--)
+            ch(' ');
+        return *this;
+    }
+    // Upper-case hexadecimal, at least minDigits digits with leading zeros.
+    TextLine& hex(uint64_t v, int minDigits = 1);
+    // Lower-case hexadecimal, at least minDigits digits with leading zeros.
+    TextLine& hexLower(uint64_t v, int minDigits = 1);
+    TextLine& dec(int64_t v);
+    TextLine& udec(uint64_t v);
+    // Right-aligned in a field of the given width, like "%*s".
+    TextLine& rightAligned(std::string_view s, size_t width);
+    // Like "% *lld": a space stands in for the plus sign, then right-aligned in width.
+    TextLine& spaceSignedDec(int64_t v, size_t width);
+
+    void flush()
+    {
+        if (len_) {
+            fwrite_unlocked(buf_, 1, len_, out_);
+            len_ = 0;
+        }
+    }
+
+private:
+    TextLine& putHex(uint64_t v, int minDigits, const char* digits);
+    void reserve(size_t n)
+    {
+        if (n > sizeof(buf_) - len_)
+            flush();
+    }
+
+    FILE* out_;
+    size_t len_ = 0;
+    char buf_[512];
+};
+
+} // namespace QTx

@@ -1,0 +1,24 @@
+#include <QCoreApplication>
+#include <QStringList>
+#include <cstdio>
+#include <cstdlib>
+
+#include "tools/elfdwarfdump/run.h"
+
+int main(int argc, char** argv)
+{
+    static char stdoutBuffer[1 << 20];
+    setvbuf(stdout, stdoutBuffer, _IOFBF, sizeof stdoutBuffer);
+
+    QCoreApplication app(argc, argv);
+    // The program name is reported exactly as it was given, so take argv as it is
+    // rather than the application's cleaned-up argument list.
+    QStringList arguments;
+    arguments.reserve(argc);
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+
+    const int status = runElfDwarfDump(arguments, stdout, stderr);
+    fflush(stdout);
+    exit(status);
+}

@@ -1,0 +1,17 @@
+#pragma once
+#include <QStringList>
+#include <cstdio>
+
+class DwarfDumpArgParse;
+class ElfFile;
+
+// One whole run of the tool: arguments (the program name first) in, exit status out.
+// It never calls exit, so tests and fuzzers can drive it in-process.
+int runElfDwarfDump(const QStringList& arguments, FILE* standardOutput, FILE* standardError);
+
+// The selected listings of one ELF file, in their fixed order. Returns the exit status.
+int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, FILE* out, FILE* err);
+
+// The archive path: symbol index, then every member. Returns the exit status.
+int dumpArchive(const DwarfDumpArgParse& args, const uint8_t* image, uint64_t size, const QString& path,
+                FILE* out, FILE* err);
