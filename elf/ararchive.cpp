@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "elf/byteorder.h"
-#include "elf/elffile.h"
+#include "elf/nameorder.h"
 
 namespace {
 constexpr uint64_t headerSize = 60;
@@ -62,11 +62,9 @@ void ArArchive::readIndex(const uint8_t* data, uint64_t size, bool wide)
         names = stop + 1;
     }
     // Equal names (a weak symbol defined in two members) keep archive order.
-    std::sort(index_.begin(), index_.end(), [](const IndexEntry& a, const IndexEntry& b) {
-        if (a.name == b.name)
-            return a.memberOffset < b.memberOffset;
-        return nameLess(a.name, b.name);
-    });
+    sortByName(
+        index_.begin(), index_.end(), [](const IndexEntry& e) { return e.name; },
+        [](const IndexEntry& a, const IndexEntry& b) { return a.memberOffset < b.memberOffset; });
 }
 
 bool ArArchive::parse(const uint8_t* image, uint64_t size, std::string* error)

@@ -401,8 +401,9 @@ void ElfFile::classifySymbols() const
         if (sectionOfSymbol(sym))
             defined_.push_back(sym);
     }
-    std::sort(named_.begin(), named_.end(),
-              [](const ElfSymbol* a, const ElfSymbol* b) { return nameLess(a->name, b->name); });
+    sortByName(
+        named_.begin(), named_.end(), [](const ElfSymbol* s) { return s->name; },
+        [](const ElfSymbol* a, const ElfSymbol* b) { return a->index < b->index; });
     std::sort(defined_.begin(), defined_.end(), addressLess);
     std::sort(mapping_.begin(), mapping_.end(), addressLess);
     for (ElfSection& s : sections_)
@@ -416,11 +417,9 @@ const std::vector<ElfSection*>& ElfFile::sectionsByName() const
     if (!indexSorted_) {
         indexSorted_ = true;
         // Sections of equal names (comdat groups repeat them) stay in header order.
-        std::sort(sectionIndex_.begin(), sectionIndex_.end(), [](const ElfSection* a, const ElfSection* b) {
-            if (a->name == b->name)
-                return a->index < b->index;
-            return nameLess(a->name, b->name);
-        });
+        sortByName(
+            sectionIndex_.begin(), sectionIndex_.end(), [](const ElfSection* s) { return s->name; },
+            [](const ElfSection* a, const ElfSection* b) { return a->index < b->index; });
     }
     return sectionIndex_;
 }

@@ -10,6 +10,7 @@
 #include "elf/elfsection.h"
 #include "elf/elfsymbol.h"
 #include "elf/hexception.h"
+#include "elf/nameorder.h"
 
 namespace ElfEm {
 constexpr uint16_t EM_ARM = 40;
@@ -151,6 +152,3 @@ private:
     bool is64_ = false;
     mutable std::vector<ElfSection> sections_;
 };
-
-// Orders names as Qt orders strings (by UTF-16 code unit) while they stay in UTF-8.
-bool nameLess(std::string_view a, std::string_view b);

@@ -2,29 +2,52 @@
 
 namespace QTx {
 
-TextLine& TextLine::putHex(uint64_t v, int minDigits, const char* digits)
+namespace {
+// Two hexadecimal digits per byte value, so that a number takes one step per byte.
+struct HexPairs {
+    char upper[512];
+    char lower[512];
+    HexPairs()
+    {
+        for (int i = 0; i < 256; ++i) {
+            upper[2 * i] = "0123456789ABCDEF"[i >> 4];
+            upper[2 * i + 1] = "0123456789ABCDEF"[i & 15];
+            lower[2 * i] = "0123456789abcdef"[i >> 4];
+            lower[2 * i + 1] = "0123456789abcdef"[i & 15];
+        }
+    }
+};
+const HexPairs hexPairs;
+} // namespace
+
+TextLine& TextLine::putHex(uint64_t v, int minDigits, const char* pairs)
 {
     int n = (64 - __builtin_clzll(v | 1) + 3) / 4;
     if (n < minDigits)
         n = minDigits < 16 ? minDigits : 16;
-    reserve(size_t(n));
-    char* p = buf_ + len_ + n;
-    for (int i = 0; i < n; ++i) {
-        *--p = digits[v & 0xF];
-        v >>= 4;
+    reserve(16);
+    char* end = buf_ + len_ + n;
+    char* p = end;
+    // Whole bytes first, from the lowest; an odd leading digit last.
+    for (int left = n; left >= 2; left -= 2) {
+        p -= 2;
+        memcpy(p, pairs + 2 * (v & 0xFF), 2);
+        v >>= 8;
     }
+    if (p != buf_ + len_)
+        *--p = pairs[2 * (v & 0xF) + 1];
     len_ += size_t(n);
     return *this;
 }
 
 TextLine& TextLine::hex(uint64_t v, int minDigits)
 {
-    return putHex(v, minDigits, "0123456789ABCDEF");
+    return putHex(v, minDigits, hexPairs.upper);
 }
 
 TextLine& TextLine::hexLower(uint64_t v, int minDigits)
 {
-    return putHex(v, minDigits, "0123456789abcdef");
+    return putHex(v, minDigits, hexPairs.lower);
 }
 
 static size_t formatUnsigned(char* end, uint64_t v)

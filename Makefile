@@ -1,0 +1,43 @@
+# Set-up, build and tests in two commands: `make run` and `make test`.
+BUILD_DIR   ?= build
+ASAN_DIR    ?= build-asan
+JOBS        ?= $(shell nproc)
+EXAMPLE     ?= examples/blinky/blinky.elf
+BIN         := $(BUILD_DIR)/bin/elfdwarfdump
+
+.PHONY: all deps build asan run test test-release test-asan bench fixtures clean
+
+all: build
+
+deps:
+	@scripts/install-deps
+
+build: deps
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=Release > /dev/null
+	@cmake --build $(BUILD_DIR) -j$(JOBS)
+
+asan: deps
+	@cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DEDD_SANITIZE=ON > /dev/null
+	@cmake --build $(ASAN_DIR) -j$(JOBS)
+
+run: build
+	$(BIN) -header -sections -symbols-sorted $(EXAMPLE)
+
+test-release: build
+	cd $(BUILD_DIR) && ctest --output-on-failure -j$(JOBS)
+
+# The same suite again on the sanitizer build: any report fails the run.
+test-asan: asan
+	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest --output-on-failure -j$(JOBS)
+
+test: test-release test-asan
+
+bench: build
+	bench/run-bench.sh $(BIN)
+
+fixtures:
+	tests/fixtures/build-fixtures.sh
+
+clean:
+	rm -rf $(BUILD_DIR) $(ASAN_DIR)
