@@ -28,7 +28,7 @@ test-release: build
 
 # The same suite again on the sanitizer build: any report fails the run.
 test-asan: asan
-	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=0:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --output-on-failure -j$(JOBS)
 
 test: test-release test-asan

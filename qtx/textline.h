@@ -18,6 +18,8 @@ public:
 
     TextLine& str(std::string_view s)
     {
+        if (s.empty())
+            return *this;
         if (s.size() > sizeof(buf_) - len_) {
             flush();
             if (s.size() > sizeof(buf_)) {

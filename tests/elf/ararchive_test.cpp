@@ -95,7 +95,7 @@ TEST(ArArchive, DamagedIndexAndShortFile)
     w.add("/", be32(0x40000000) + "x"); // a count far beyond the member
     w.add("m.o/", "12345678");
     std::vector<uint8_t> bytes = w.bytes;
-    bytes.resize(bytes.size() - 3); // the last member claims more than is there
+    bytes.erase(bytes.end() - 3, bytes.end()); // the last member claims more than is there
     ArArchive ar;
     std::string error;
     ASSERT_TRUE(ar.parse(bytes.data(), bytes.size(), &error));

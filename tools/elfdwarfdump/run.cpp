@@ -57,7 +57,8 @@ bool readStream(FILE* f, InputImage* input)
         return false;
     input->size = bytes.size();
     input->owned.reset(new uint8_t[bytes.size() + 1]);
-    memcpy(input->owned.get(), bytes.data(), bytes.size());
+    if (!bytes.empty())
+        memcpy(input->owned.get(), bytes.data(), bytes.size());
     input->data = input->owned.get();
     return true;
 }
