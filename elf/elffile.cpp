@@ -64,6 +64,7 @@ void ElfFile::clear()
     named_.clear();
     defined_.clear();
     mapping_.clear();
+    sectionMapping_.clear();
     demangledNames_.clear();
     symbolTable_ = nullptr;
     symbolCount_ = 0;
@@ -385,6 +386,7 @@ void ElfFile::classifySymbols() const
 {
     ensureSymbols();
     listsBuilt_ = true;
+    sectionMapping_.assign(sections_.size(), {});
     for (ElfSymbol* sym : symbols_) {
         const std::string_view n = sym->name;
         if (n.empty() || n[0] == '!' || n[0] == '.')
@@ -393,7 +395,7 @@ void ElfFile::classifySymbols() const
             ElfSection* s = sectionOfSymbol(sym);
             if (s && s->memoryImage) {
                 mapping_.push_back(sym);
-                s->mappingSymbols_.push_back(sym);
+                sectionMapping_[s->index].push_back(sym);
             }
             continue;
         }
@@ -406,8 +408,8 @@ void ElfFile::classifySymbols() const
         [](const ElfSymbol* a, const ElfSymbol* b) { return a->index < b->index; });
     std::sort(defined_.begin(), defined_.end(), addressLess);
     std::sort(mapping_.begin(), mapping_.end(), addressLess);
-    for (ElfSection& s : sections_)
-        std::sort(s.mappingSymbols_.begin(), s.mappingSymbols_.end(), addressLess);
+    for (auto& list : sectionMapping_)
+        std::sort(list.begin(), list.end(), addressLess);
 }
 
 // A member of a C++ library has hundreds of sections whose names share long

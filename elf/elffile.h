@@ -72,7 +72,8 @@ public:
     // The mapping symbols of one section, by address.
     const std::vector<ElfSymbol*>& sectionMappingSymbols(const ElfSection* section) const
     {
-        return ensureLists(), section->mappingSymbols_;
+        ensureLists();
+        return section->index < sectionMapping_.size() ? sectionMapping_[section->index] : noSymbols_;
     }
     const std::vector<ElfSection*>& sectionsByName() const;
     ElfSection* symbolTable() const { return symtab_; }
@@ -131,6 +132,8 @@ private:
     mutable std::vector<ARMElfSymbol> armSymbols_;
     mutable std::vector<ElfSymbol*> defined_;
     mutable std::vector<ElfSymbol*> mapping_;
+    mutable std::vector<std::vector<ElfSymbol*>> sectionMapping_; // by section index
+    const std::vector<ElfSymbol*> noSymbols_;
     mutable bool symbolsDecoded_ = true;
     mutable bool listsBuilt_ = true;
     const uint8_t* symbolTable_ = nullptr;

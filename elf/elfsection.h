@@ -1,9 +1,6 @@
 #pragma once
 #include <cstdint>
 #include <string_view>
-#include <vector>
-
-class ElfSymbol;
 
 namespace ElfShf {
 constexpr uint64_t SHF_WRITE = 0x1;
@@ -24,10 +21,10 @@ constexpr uint32_t SHT_FINI_ARRAY = 15;
 constexpr uint32_t SHT_ARM_EXIDX = 0x70000001;
 } // namespace ElfSht
 
+// A plain record: a large library has tens of thousands of sections, decoded member
+// after member into the same storage.
 class ElfSection {
 public:
-    virtual ~ElfSection() = default;
-
     // The section's bytes that are really in the file: all sh_size of them, or fewer
     // when the section runs past the end of a damaged file.
     const uint8_t* contents() const { return data; }
@@ -50,8 +47,4 @@ public:
     uint32_t index = 0;
     // Occupies target memory: code, data, zero-initialised data and the ARM unwind index.
     bool memoryImage = false;
-
-private:
-    friend class ElfFile;
-    std::vector<ElfSymbol*> mappingSymbols_; // ask ElfFile::sectionMappingSymbols
 };

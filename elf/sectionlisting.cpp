@@ -24,13 +24,13 @@ void printSectionHeader(const ElfSection& s, FILE* out)
     if (s.sh_flags & ElfShf::SHF_EXECINSTR)
         line.str(named ? "+SHF_EXECINSTR" : "SHF_EXECINSTR");
     line.ch('\n');
-    line.str("sh_addr     : 0x").hex(s.sh_addr).ch('\n');
-    line.str("sh_offset   : 0x").hex(s.sh_offset).ch('\n');
-    line.str("sh_size     : 0x").hex(s.sh_size).ch('\n');
-    line.str("sh_link     : 0x").hex(s.sh_link).ch('\n');
-    line.str("sh_info     : 0x").hex(s.sh_info).ch('\n');
-    line.str("sh_addralign: 0x").hex(s.sh_addralign).ch('\n');
-    line.str("sh_entsize  : 0x").hex(s.sh_entsize).ch('\n');
+    line.labelHexLine("sh_addr     : 0x", s.sh_addr);
+    line.labelHexLine("sh_offset   : 0x", s.sh_offset);
+    line.labelHexLine("sh_size     : 0x", s.sh_size);
+    line.labelHexLine("sh_link     : 0x", s.sh_link);
+    line.labelHexLine("sh_info     : 0x", s.sh_info);
+    line.labelHexLine("sh_addralign: 0x", s.sh_addralign);
+    line.labelHexLine("sh_entsize  : 0x", s.sh_entsize);
 }
 
 void printProgramHeader(const ElfProgram& p, FILE* out)
@@ -44,13 +44,13 @@ void printProgramHeader(const ElfProgram& p, FILE* out)
     else
         line.str(type);
     line.ch('\n');
-    line.str("p_flags     : 0x").hex(p.p_flags).ch('\n');
-    line.str("p_offset    : 0x").hex(p.p_offset).ch('\n');
-    line.str("p_vaddr     : 0x").hex(p.p_vaddr).ch('\n');
-    line.str("p_paddr     : 0x").hex(p.p_paddr).ch('\n');
-    line.str("p_filesz    : 0x").hex(p.p_filesz).ch('\n');
-    line.str("p_memsz     : 0x").hex(p.p_memsz).ch('\n');
-    line.str("p_align     : 0x").hex(p.p_align).ch('\n');
+    line.labelHexLine("p_flags     : 0x", p.p_flags);
+    line.labelHexLine("p_offset    : 0x", p.p_offset);
+    line.labelHexLine("p_vaddr     : 0x", p.p_vaddr);
+    line.labelHexLine("p_paddr     : 0x", p.p_paddr);
+    line.labelHexLine("p_filesz    : 0x", p.p_filesz);
+    line.labelHexLine("p_memsz     : 0x", p.p_memsz);
+    line.labelHexLine("p_align     : 0x", p.p_align);
 }
 
 void printSummary(const ElfFile& file, FILE* out)

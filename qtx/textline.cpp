@@ -20,12 +20,17 @@ struct HexPairs {
 const HexPairs hexPairs;
 } // namespace
 
-TextLine& TextLine::putHex(uint64_t v, int minDigits, const char* pairs)
+const char* TextLine::upperPairs()
+{
+    return hexPairs.upper;
+}
+
+// The caller has made room for 16 digits.
+void TextLine::putHexUnchecked(uint64_t v, int minDigits, const char* pairs)
 {
     int n = (64 - __builtin_clzll(v | 1) + 3) / 4;
     if (n < minDigits)
         n = minDigits < 16 ? minDigits : 16;
-    reserve(16);
     char* end = buf_ + len_ + n;
     char* p = end;
     // Whole bytes first, from the lowest; an odd leading digit last.
@@ -37,17 +42,20 @@ TextLine& TextLine::putHex(uint64_t v, int minDigits, const char* pairs)
     if (p != buf_ + len_)
         *--p = pairs[2 * (v & 0xF) + 1];
     len_ += size_t(n);
-    return *this;
 }
 
 TextLine& TextLine::hex(uint64_t v, int minDigits)
 {
-    return putHex(v, minDigits, hexPairs.upper);
+    reserve(16);
+    putHexUnchecked(v, minDigits, hexPairs.upper);
+    return *this;
 }
 
 TextLine& TextLine::hexLower(uint64_t v, int minDigits)
 {
-    return putHex(v, minDigits, hexPairs.lower);
+    reserve(16);
+    putHexUnchecked(v, minDigits, hexPairs.lower);
+    return *this;
 }
 
 static size_t formatUnsigned(char* end, uint64_t v)

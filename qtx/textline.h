@@ -45,6 +45,17 @@ public:
     }
     // Upper-case hexadecimal, at least minDigits digits with leading zeros.
     TextLine& hex(uint64_t v, int minDigits = 1);
+    // A whole "label" + upper-case hexadecimal + newline line in one step; the
+    // header listings are made of little else.
+    TextLine& labelHexLine(std::string_view label, uint64_t v)
+    {
+        reserve(label.size() + 17);
+        memcpy(buf_ + len_, label.data(), label.size());
+        len_ += label.size();
+        putHexUnchecked(v, 1, upperPairs());
+        buf_[len_++] = '\n';
+        return *this;
+    }
     // Lower-case hexadecimal, at least minDigits digits with leading zeros.
     TextLine& hexLower(uint64_t v, int minDigits = 1);
     TextLine& dec(int64_t v);
@@ -63,7 +74,8 @@ public:
     }
 
 private:
-    TextLine& putHex(uint64_t v, int minDigits, const char* digits);
+    static const char* upperPairs();
+    void putHexUnchecked(uint64_t v, int minDigits, const char* pairs);
     void reserve(size_t n)
     {
         if (n > sizeof(buf_) - len_)

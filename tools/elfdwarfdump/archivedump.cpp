@@ -19,10 +19,11 @@ int dumpArchive(const DwarfDumpArgParse& args, const uint8_t* image, uint64_t si
             line.str(e.name).str(" 0x").hexLower(e.memberOffset, 8).ch('\n');
     }
     // Members are loaded one at a time, in place, so that a large library never
-    // needs more than its own image and one member's tables in memory.
+    // needs more than its own image and one member's tables in memory; the one file
+    // object keeps its tables' storage from member to member.
+    ElfFile file(args.demangle);
     for (const ArArchive::Member& m : archive.members()) {
         fprintf(out, "\noffset 0x%08llx %s\n", (unsigned long long)m.headerOffset, m.name.c_str());
-        ElfFile file(args.demangle);
         try {
             file.parseView(m.data, m.size, path + QLatin1Char('(') + QString::fromLocal8Bit(m.name) + QLatin1Char(')'));
         } catch (const HException& e) {
