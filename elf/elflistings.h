@@ -5,13 +5,20 @@
 class ElfFile;
 class ElfSection;
 class ElfProgram;
+namespace QTx {
+class TextLine;
+}
 
 // The text listings of an ELF file's headers and symbols.
 void printElfHeader(const ElfFile& file, FILE* out);
-void printProgramHeader(const ElfProgram& program, FILE* out);
-void printSectionHeader(const ElfSection& section, FILE* out);
+// Every program header or section header, each followed by a hex dump of its
+// contents when asked; warnings about contents cut short go to `err`.
+void printProgramHeaders(const ElfFile& file, bool withData, FILE* out, FILE* err);
+void printSectionHeaders(const ElfFile& file, bool withData, FILE* out, FILE* err);
+void printProgramHeader(const ElfProgram& program, QTx::TextLine& line);
+void printSectionHeader(const ElfSection& section, QTx::TextLine& line);
 // Rows of at most 16 bytes, each led by its address.
-void printHexRows(const uint8_t* data, uint64_t size, uint64_t address, FILE* out);
+void printHexRows(const uint8_t* data, uint64_t size, uint64_t address, QTx::TextLine& line);
 void printSymbolTable(const ElfFile& file, FILE* out);
 void printSymbolsSorted(const ElfFile& file, FILE* out);
 void printLtoSymbols(const ElfFile& file, FILE* out);

@@ -1,10 +1,9 @@
 #include "elf/elflistings.h"
 #include "qtx/textline.h"
 
-void printHexRows(const uint8_t* data, uint64_t size, uint64_t address, FILE* out)
+void printHexRows(const uint8_t* data, uint64_t size, uint64_t address, QTx::TextLine& line)
 {
     static const char digits[] = "0123456789ABCDEF";
-    QTx::TextLine line(out);
     for (uint64_t row = 0; row < size; row += 16) {
         line.str("  ").hex(address + row).str("  ");
         const uint64_t n = size - row < 16 ? size - row : 16;

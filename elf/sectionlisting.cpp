@@ -3,39 +3,69 @@
 #include "elf/elfnames.h"
 #include "qtx/textline.h"
 
+#include <cstring>
+
 using QTx::TextLine;
 
-void printSectionHeader(const ElfSection& s, FILE* out)
+namespace {
+char* put(char* p, std::string_view s)
 {
-    TextLine line(out);
-    line.str("\nsection header\n");
-    line.str("sh_name     : 0x").hex(s.sh_name).ch(' ').str(s.name).ch('\n');
-    line.str("sh_type     : 0x").hex(s.sh_type).ch(' ').str(ElfNames::sectionType(s.sh_type)).ch('\n');
-    line.str("sh_flags    : 0x").hex(s.sh_flags).ch(' ');
+    memcpy(p, s.data(), s.size());
+    return p + s.size();
+}
+
+char* putHexLine(char* p, std::string_view label, uint64_t v)
+{
+    p = put(p, label);
+    p = TextLine::writeHex(p, v);
+    *p++ = '\n';
+    return p;
+}
+} // namespace
+
+// A large library has tens of thousands of sections: each block is written straight
+// into the line buffer, the name (of any length) apart.
+void printSectionHeader(const ElfSection& s, TextLine& line)
+{
+    char* p = line.claim(64);
+    p = put(p, "\nsection header\nsh_name     : 0x");
+    p = TextLine::writeHex(p, s.sh_name);
+    *p++ = ' ';
+    line.commit(p);
+    line.str(s.name);
+
+    p = line.claim(440);
+    *p++ = '\n';
+    p = putHexLine(p, "sh_type     : 0x", s.sh_type);
+    p[-1] = ' ';
+    p = put(p, ElfNames::sectionType(s.sh_type));
+    *p++ = '\n';
+    p = putHexLine(p, "sh_flags    : 0x", s.sh_flags);
+    p[-1] = ' ';
     bool named = false;
     if (s.sh_flags & ElfShf::SHF_WRITE) {
-        line.str("SHF_WRITE");
+        p = put(p, "SHF_WRITE");
         named = true;
     }
     if (s.sh_flags & ElfShf::SHF_ALLOC) {
-        line.str(named ? "+SHF_ALLOC" : "SHF_ALLOC");
+        p = put(p, named ? "+SHF_ALLOC" : "SHF_ALLOC");
         named = true;
     }
     if (s.sh_flags & ElfShf::SHF_EXECINSTR)
-        line.str(named ? "+SHF_EXECINSTR" : "SHF_EXECINSTR");
-    line.ch('\n');
-    line.labelHexLine("sh_addr     : 0x", s.sh_addr);
-    line.labelHexLine("sh_offset   : 0x", s.sh_offset);
-    line.labelHexLine("sh_size     : 0x", s.sh_size);
-    line.labelHexLine("sh_link     : 0x", s.sh_link);
-    line.labelHexLine("sh_info     : 0x", s.sh_info);
-    line.labelHexLine("sh_addralign: 0x", s.sh_addralign);
-    line.labelHexLine("sh_entsize  : 0x", s.sh_entsize);
+        p = put(p, named ? "+SHF_EXECINSTR" : "SHF_EXECINSTR");
+    *p++ = '\n';
+    p = putHexLine(p, "sh_addr     : 0x", s.sh_addr);
+    p = putHexLine(p, "sh_offset   : 0x", s.sh_offset);
+    p = putHexLine(p, "sh_size     : 0x", s.sh_size);
+    p = putHexLine(p, "sh_link     : 0x", s.sh_link);
+    p = putHexLine(p, "sh_info     : 0x", s.sh_info);
+    p = putHexLine(p, "sh_addralign: 0x", s.sh_addralign);
+    p = putHexLine(p, "sh_entsize  : 0x", s.sh_entsize);
+    line.commit(p);
 }
 
-void printProgramHeader(const ElfProgram& p, FILE* out)
+void printProgramHeader(const ElfProgram& p, TextLine& line)
 {
-    TextLine line(out);
     line.str("\nprogram header\n");
     line.str("p_type      : ");
     const std::string_view type = ElfNames::programType(p.p_type);
@@ -53,15 +83,55 @@ void printProgramHeader(const ElfProgram& p, FILE* out)
     line.labelHexLine("p_align     : 0x", p.p_align);
 }
 
+// A damaged file may end inside a section or segment; only the bytes that are
+// there get dumped, and the user is told what is missing.
+static void warnTruncated(FILE* err, const ElfFile& file, const char* what, int index, uint64_t present,
+                          uint64_t size)
+{
+    fprintf(err, "warning: %s: %s %d has 0x%lX of its 0x%lX bytes in the file\n",
+            file.fileName().toLocal8Bit().constData(), what, index, (unsigned long)present, (unsigned long)size);
+}
+
+void printProgramHeaders(const ElfFile& file, bool withData, FILE* out, FILE* err)
+{
+    TextLine line(out);
+    for (int i = 0; i < file.programCount(); ++i) {
+        const ElfProgram& p = *file.programAt(i);
+        printProgramHeader(p, line);
+        // Segment contents are addressed from where they are loaded (the physical address).
+        if (withData && p.p_filesz != 0 && p.data) {
+            line.ch('\n');
+            printHexRows(p.data, p.dataSize, p.p_paddr, line);
+            if (p.isTruncated())
+                warnTruncated(err, file, "segment", i, p.dataSize, p.p_filesz);
+        }
+    }
+}
+
+void printSectionHeaders(const ElfFile& file, bool withData, FILE* out, FILE* err)
+{
+    TextLine line(out);
+    for (int i = 0; i < file.sectionCount(); ++i) {
+        const ElfSection& s = *file.sectionAt(i);
+        printSectionHeader(s, line);
+        if (withData && s.sh_size != 0 && s.data) {
+            line.ch('\n');
+            printHexRows(s.data, s.dataSize, s.sh_addr, line);
+            if (s.isTruncated())
+                warnTruncated(err, file, "section", i, s.dataSize, s.sh_size);
+        }
+    }
+}
+
 void printSummary(const ElfFile& file, FILE* out)
 {
-    fprintf(out, "Sections\n--------\n");
-    for (int i = 0; i < file.sectionCount(); ++i)
-        printSectionHeader(*file.sectionAt(i), out);
-    fprintf(out, "Programs\n--------\n");
-    for (int i = 0; i < file.programCount(); ++i)
-        printProgramHeader(*file.programAt(i), out);
     TextLine line(out);
+    line.str("Sections\n--------\n");
+    for (int i = 0; i < file.sectionCount(); ++i)
+        printSectionHeader(*file.sectionAt(i), line);
+    line.str("Programs\n--------\n");
+    for (int i = 0; i < file.programCount(); ++i)
+        printProgramHeader(*file.programAt(i), line);
     line.str("Symbols by name\n---------------\n");
     for (const ElfSymbol* s : file.namedSymbols()) {
         line.str(s->name).str(":\n");

@@ -3,7 +3,39 @@
 #include "elf/elfnames.h"
 #include "qtx/textline.h"
 
+#include <cstring>
+
 using QTx::TextLine;
+
+namespace {
+char* put(char* p, std::string_view s)
+{
+    memcpy(p, s.data(), s.size());
+    return p + s.size();
+}
+
+char* writeDecimal(char* p, uint64_t v)
+{
+    char tmp[20];
+    int n = 0;
+    do {
+        tmp[n++] = char('0' + v % 10);
+        v /= 10;
+    } while (v);
+    while (n)
+        *p++ = tmp[--n];
+    return p;
+}
+
+// Exactly `digits` upper-case hexadecimal digits, or more when the value needs them.
+char* writeHexDigits(char* p, uint64_t v, int digits)
+{
+    const int needed = (64 - __builtin_clzll(v | 1) + 3) / 4;
+    for (int i = needed; i < digits; ++i)
+        *p++ = '0';
+    return TextLine::writeHex(p, v);
+}
+} // namespace
 
 void printSymbolTable(const ElfFile& file, FILE* out)
 {
@@ -15,22 +47,34 @@ void printSymbolTable(const ElfFile& file, FILE* out)
     fprintf(out, "\tNum:\tValue\tSize\tType\tBind\tVis\tNdx\tName\n");
     const bool wide = file.is64();
     TextLine line(out);
-    for (int i = 0; i < file.symbolCount(); ++i) {
+    const int count = file.symbolCount();
+    for (int i = 0; i < count; ++i) {
         const ElfSymbol* s = file.symbolAt(i);
         // Mapping symbols mark code and data inside sections; they are not listed.
         if (s->name == "$d" || s->name == "$t" || s->name == "$a")
             continue;
-        line.ch('\t').dec(i).str(":\t0x").hex(s->st_value, wide ? 16 : 8).ch('\t').udec(s->st_size).ch('\t');
-        line.str(ElfNames::symbolType(s->type())).ch('\t');
-        line.str(ElfNames::symbolBinding(s->binding())).ch('\t');
-        line.str(ElfNames::symbolVisibility(s->st_other)).ch('\t');
-        if (s->st_shndx == ElfSym::SHN_ABS) {
-            line.str("*ABS*");
-        } else {
-            const ElfSection* section = file.sectionOfSymbol(s);
-            line.str(section ? section->name : "??");
+        std::string_view section = "*ABS*";
+        if (s->st_shndx != ElfSym::SHN_ABS) {
+            const ElfSection* sec = file.sectionOfSymbol(s);
+            section = sec ? sec->name : "??";
         }
-        line.ch('\t').str(s->name).ch('\n');
+        // Everything but the two names fits in the claimed room.
+        char* p = line.claim(160);
+        *p++ = '\t';
+        p = writeDecimal(p, uint64_t(i));
+        p = put(p, ":\t0x");
+        p = writeHexDigits(p, s->st_value, wide ? 16 : 8);
+        *p++ = '\t';
+        p = writeDecimal(p, s->st_size);
+        *p++ = '\t';
+        p = put(p, ElfNames::symbolType(s->type()));
+        *p++ = '\t';
+        p = put(p, ElfNames::symbolBinding(s->binding()));
+        *p++ = '\t';
+        p = put(p, ElfNames::symbolVisibility(s->st_other));
+        *p++ = '\t';
+        line.commit(p);
+        line.str(section).ch('\t').str(s->name).ch('\n');
     }
 }
 

@@ -20,6 +20,21 @@ struct HexPairs {
 const HexPairs hexPairs;
 } // namespace
 
+char* TextLine::writeHex(char* p, uint64_t v)
+{
+    const int n = (64 - __builtin_clzll(v | 1) + 3) / 4;
+    char* end = p + n;
+    char* q = end;
+    for (int left = n; left >= 2; left -= 2) {
+        q -= 2;
+        memcpy(q, hexPairs.upper + 2 * (v & 0xFF), 2);
+        v >>= 8;
+    }
+    if (q != p)
+        *--q = hexPairs.upper[2 * (v & 0xF) + 1];
+    return end;
+}
+
 const char* TextLine::upperPairs()
 {
     return hexPairs.upper;

@@ -6,9 +6,10 @@
 
 namespace QTx {
 
-// Builds one line of output in a fixed buffer and hands it to the stdio stream in
-// one write. The listings print millions of short lines for a large library, and
-// printf's format parsing would dominate the run time.
+// Builds lines of output in a fixed buffer and hands them to the stdio stream in
+// large writes. The listings print millions of short lines for a large library, and
+// printf's format parsing would dominate the run time. Whoever writes to the stream
+// directly must let the TextLine go (or flush it) first, or the output interleaves.
 class TextLine {
 public:
     explicit TextLine(FILE* out) : out_(out) {}
@@ -65,6 +66,18 @@ public:
     // Like "% *lld": a space stands in for the plus sign, then right-aligned in width.
     TextLine& spaceSignedDec(int64_t v, size_t width);
 
+    // Raw access for the hottest listings: room for `n` bytes, written through the
+    // returned pointer and handed back with commit().
+    char* claim(size_t n)
+    {
+        reserve(n);
+        return buf_ + len_;
+    }
+    void commit(char* end) { len_ = size_t(end - buf_); }
+    static constexpr size_t capacity() { return sizeof(buf_); }
+    // Writes v in upper-case hexadecimal (no leading zeros) at p; returns the end.
+    static char* writeHex(char* p, uint64_t v);
+
     void flush()
     {
         if (len_) {
@@ -84,7 +97,7 @@ private:
 
     FILE* out_;
     size_t len_ = 0;
-    char buf_[512];
+    char buf_[8192];
 };
 
 } // namespace QTx

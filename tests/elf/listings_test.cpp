@@ -5,6 +5,7 @@
 
 #include "elf/elffile.h"
 #include "elf/elflistings.h"
+#include "qtx/textline.h"
 #include "tests/lib/elfbuilder.h"
 
 namespace {
@@ -36,7 +37,10 @@ std::string sectionBlock(const TestSection& s)
     ElfBuilder b(false, false);
     b.addSection(s);
     Loaded l(b.build());
-    return capture([&](FILE* f) { printSectionHeader(*l.file.sectionAt(1), f); });
+    return capture([&](FILE* f) {
+        QTx::TextLine line(f);
+        printSectionHeader(*l.file.sectionAt(1), line);
+    });
 }
 
 TEST(SectionListing, FlagTextAndTypeNames)
@@ -82,7 +86,10 @@ TEST(HexDump, RowsOfSixteenWithAGap)
     std::vector<uint8_t> bytes(35);
     for (size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = uint8_t(i * 7);
-    const std::string s = capture([&](FILE* f) { printHexRows(bytes.data(), bytes.size(), 0x8000FFF0, f); });
+    const std::string s = capture([&](FILE* f) {
+        QTx::TextLine line(f);
+        printHexRows(bytes.data(), bytes.size(), 0x8000FFF0, line);
+    });
     std::string expected;
     char line[200];
     for (size_t row = 0; row < bytes.size(); row += 16) {
@@ -111,7 +118,10 @@ TEST(ProgramListing, TypeNames)
         ElfProgram p;
         p.p_type = r.type;
         p.p_memsz = 0x108;
-        const std::string s = capture([&](FILE* f) { printProgramHeader(p, f); });
+        const std::string s = capture([&](FILE* f) {
+            QTx::TextLine line(f);
+            printProgramHeader(p, line);
+        });
         EXPECT_EQ(s.substr(0, s.find("p_flags")), std::string("\nprogram header\n") + r.line);
         EXPECT_NE(s.find("p_memsz     : 0x108\n"), std::string::npos);
     }

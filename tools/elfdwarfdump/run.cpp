@@ -17,7 +17,7 @@ namespace {
 // Offsets inside the image are kept in 32 bits by the archive format and by the
 // 32-bit ELF layouts; a bigger file would be read modulo 4 GiB, so it is refused.
 constexpr uint64_t maxInputSize = uint64_t(1) << 32;
-constexpr size_t outputBufferSize = size_t(1) << 20;
+constexpr size_t outputBufferSize = size_t(1) << 16;
 
 struct OutputFile {
     FILE* stream = nullptr;
