@@ -50,7 +50,7 @@ std::string_view programType(uint32_t type)
     case 0x6FFFFFFF: return "PT_HIOS";
     case 0x70000001: return "EXIDX";
     case 0x6474E551: return "GNU_STACK";
-    default: return {};
+    default: return "";
     }
 }
 
@@ -73,7 +73,7 @@ std::string_view symbolVisibility(uint8_t other)
 {
     static constexpr std::string_view names[7] = {"DEFAULT", "INTERNAL", "HIDDEN",   "PROTECTED",
                                                   "EXPORTED", "SINGLETON", "ELIMINATE"};
-    return other < 7 ? names[other] : std::string_view();
+    return other < 7 ? names[other] : std::string_view("");
 }
 
 std::string_view ltoKind(uint8_t kind)

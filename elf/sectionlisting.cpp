@@ -8,15 +8,10 @@
 using QTx::TextLine;
 
 namespace {
-char* put(char* p, std::string_view s)
-{
-    memcpy(p, s.data(), s.size());
-    return p + s.size();
-}
 
 char* putHexLine(char* p, std::string_view label, uint64_t v)
 {
-    p = put(p, label);
+    p = TextLine::put(p, label);
     p = TextLine::writeHex(p, v);
     *p++ = '\n';
     return p;
@@ -28,7 +23,7 @@ char* putHexLine(char* p, std::string_view label, uint64_t v)
 void printSectionHeader(const ElfSection& s, TextLine& line)
 {
     char* p = line.claim(64);
-    p = put(p, "\nsection header\nsh_name     : 0x");
+    p = TextLine::put(p, "\nsection header\nsh_name     : 0x");
     p = TextLine::writeHex(p, s.sh_name);
     *p++ = ' ';
     line.commit(p);
@@ -38,21 +33,21 @@ void printSectionHeader(const ElfSection& s, TextLine& line)
     *p++ = '\n';
     p = putHexLine(p, "sh_type     : 0x", s.sh_type);
     p[-1] = ' ';
-    p = put(p, ElfNames::sectionType(s.sh_type));
+    p = TextLine::put(p, ElfNames::sectionType(s.sh_type));
     *p++ = '\n';
     p = putHexLine(p, "sh_flags    : 0x", s.sh_flags);
     p[-1] = ' ';
     bool named = false;
     if (s.sh_flags & ElfShf::SHF_WRITE) {
-        p = put(p, "SHF_WRITE");
+        p = TextLine::put(p, "SHF_WRITE");
         named = true;
     }
     if (s.sh_flags & ElfShf::SHF_ALLOC) {
-        p = put(p, named ? "+SHF_ALLOC" : "SHF_ALLOC");
+        p = TextLine::put(p, named ? "+SHF_ALLOC" : "SHF_ALLOC");
         named = true;
     }
     if (s.sh_flags & ElfShf::SHF_EXECINSTR)
-        p = put(p, named ? "+SHF_EXECINSTR" : "SHF_EXECINSTR");
+        p = TextLine::put(p, named ? "+SHF_EXECINSTR" : "SHF_EXECINSTR");
     *p++ = '\n';
     p = putHexLine(p, "sh_addr     : 0x", s.sh_addr);
     p = putHexLine(p, "sh_offset   : 0x", s.sh_offset);

@@ -7,36 +7,6 @@
 
 using QTx::TextLine;
 
-namespace {
-char* put(char* p, std::string_view s)
-{
-    memcpy(p, s.data(), s.size());
-    return p + s.size();
-}
-
-char* writeDecimal(char* p, uint64_t v)
-{
-    char tmp[20];
-    int n = 0;
-    do {
-        tmp[n++] = char('0' + v % 10);
-        v /= 10;
-    } while (v);
-    while (n)
-        *p++ = tmp[--n];
-    return p;
-}
-
-// Exactly `digits` upper-case hexadecimal digits, or more when the value needs them.
-char* writeHexDigits(char* p, uint64_t v, int digits)
-{
-    const int needed = (64 - __builtin_clzll(v | 1) + 3) / 4;
-    for (int i = needed; i < digits; ++i)
-        *p++ = '0';
-    return TextLine::writeHex(p, v);
-}
-} // namespace
-
 void printSymbolTable(const ElfFile& file, FILE* out)
 {
     const ElfSection* symtab = file.symbolTable();
@@ -61,17 +31,17 @@ void printSymbolTable(const ElfFile& file, FILE* out)
         // Everything but the two names fits in the claimed room.
         char* p = line.claim(160);
         *p++ = '\t';
-        p = writeDecimal(p, uint64_t(i));
-        p = put(p, ":\t0x");
-        p = writeHexDigits(p, s->st_value, wide ? 16 : 8);
+        p = TextLine::writeDecimal(p, uint64_t(i));
+        p = TextLine::put(p, ":\t0x");
+        p = TextLine::writeHex(p, s->st_value, wide ? 16 : 8);
         *p++ = '\t';
-        p = writeDecimal(p, s->st_size);
+        p = TextLine::writeDecimal(p, s->st_size);
         *p++ = '\t';
-        p = put(p, ElfNames::symbolType(s->type()));
+        p = TextLine::put(p, ElfNames::symbolType(s->type()));
         *p++ = '\t';
-        p = put(p, ElfNames::symbolBinding(s->binding()));
+        p = TextLine::put(p, ElfNames::symbolBinding(s->binding()));
         *p++ = '\t';
-        p = put(p, ElfNames::symbolVisibility(s->st_other));
+        p = TextLine::put(p, ElfNames::symbolVisibility(s->st_other));
         *p++ = '\t';
         line.commit(p);
         line.str(section).ch('\t').str(s->name).ch('\n');

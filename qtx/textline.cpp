@@ -20,75 +20,53 @@ struct HexPairs {
 const HexPairs hexPairs;
 } // namespace
 
-char* TextLine::writeHex(char* p, uint64_t v)
+char* TextLine::writeDecimal(char* p, uint64_t v)
 {
-    const int n = (64 - __builtin_clzll(v | 1) + 3) / 4;
+    char tmp[20];
+    int n = 0;
+    do {
+        tmp[n++] = char('0' + v % 10);
+        v /= 10;
+    } while (v);
+    while (n)
+        *p++ = tmp[--n];
+    return p;
+}
+
+char* TextLine::writeHex(char* p, uint64_t v, int minDigits, bool lower)
+{
+    const char* pairs = lower ? hexPairs.lower : hexPairs.upper;
+    int n = (64 - __builtin_clzll(v | 1) + 3) / 4;
+    if (n < minDigits)
+        n = minDigits < 16 ? minDigits : 16;
     char* end = p + n;
     char* q = end;
     for (int left = n; left >= 2; left -= 2) {
         q -= 2;
-        memcpy(q, hexPairs.upper + 2 * (v & 0xFF), 2);
+        memcpy(q, pairs + 2 * (v & 0xFF), 2);
         v >>= 8;
     }
     if (q != p)
-        *--q = hexPairs.upper[2 * (v & 0xF) + 1];
+        *--q = pairs[2 * (v & 0xF) + 1];
     return end;
-}
-
-const char* TextLine::upperPairs()
-{
-    return hexPairs.upper;
-}
-
-// The caller has made room for 16 digits.
-void TextLine::putHexUnchecked(uint64_t v, int minDigits, const char* pairs)
-{
-    int n = (64 - __builtin_clzll(v | 1) + 3) / 4;
-    if (n < minDigits)
-        n = minDigits < 16 ? minDigits : 16;
-    char* end = buf_ + len_ + n;
-    char* p = end;
-    // Whole bytes first, from the lowest; an odd leading digit last.
-    for (int left = n; left >= 2; left -= 2) {
-        p -= 2;
-        memcpy(p, pairs + 2 * (v & 0xFF), 2);
-        v >>= 8;
-    }
-    if (p != buf_ + len_)
-        *--p = pairs[2 * (v & 0xF) + 1];
-    len_ += size_t(n);
 }
 
 TextLine& TextLine::hex(uint64_t v, int minDigits)
 {
-    reserve(16);
-    putHexUnchecked(v, minDigits, hexPairs.upper);
+    commit(writeHex(claim(16), v, minDigits));
     return *this;
 }
 
 TextLine& TextLine::hexLower(uint64_t v, int minDigits)
 {
-    reserve(16);
-    putHexUnchecked(v, minDigits, hexPairs.lower);
+    commit(writeHex(claim(16), v, minDigits, true));
     return *this;
-}
-
-static size_t formatUnsigned(char* end, uint64_t v)
-{
-    size_t n = 0;
-    do {
-        *--end = char('0' + v % 10);
-        v /= 10;
-        ++n;
-    } while (v);
-    return n;
 }
 
 TextLine& TextLine::udec(uint64_t v)
 {
-    char tmp[24];
-    size_t n = formatUnsigned(tmp + sizeof tmp, v);
-    return str(std::string_view(tmp + sizeof tmp - n, n));
+    commit(writeDecimal(claim(20), v));
+    return *this;
 }
 
 TextLine& TextLine::dec(int64_t v)
@@ -110,11 +88,9 @@ TextLine& TextLine::rightAligned(std::string_view s, size_t width)
 TextLine& TextLine::spaceSignedDec(int64_t v, size_t width)
 {
     char tmp[24];
-    char* end = tmp + sizeof tmp;
-    size_t n = formatUnsigned(end, v < 0 ? 0 - uint64_t(v) : uint64_t(v));
-    *(end - n - 1) = v < 0 ? '-' : ' ';
-    ++n;
-    return rightAligned(std::string_view(end - n, n), width);
+    tmp[0] = v < 0 ? '-' : ' ';
+    char* end = writeDecimal(tmp + 1, v < 0 ? 0 - uint64_t(v) : uint64_t(v));
+    return rightAligned(std::string_view(tmp, size_t(end - tmp)), width);
 }
 
 } // namespace QTx

@@ -50,11 +50,9 @@ public:
     // header listings are made of little else.
     TextLine& labelHexLine(std::string_view label, uint64_t v)
     {
-        reserve(label.size() + 17);
-        memcpy(buf_ + len_, label.data(), label.size());
-        len_ += label.size();
-        putHexUnchecked(v, 1, upperPairs());
-        buf_[len_++] = '\n';
+        char* p = writeHex(put(claim(label.size() + 17), label), v);
+        *p++ = '\n';
+        commit(p);
         return *this;
     }
     // Lower-case hexadecimal, at least minDigits digits with leading zeros.
@@ -75,8 +73,17 @@ public:
     }
     void commit(char* end) { len_ = size_t(end - buf_); }
     static constexpr size_t capacity() { return sizeof(buf_); }
-    // Writes v in upper-case hexadecimal (no leading zeros) at p; returns the end.
-    static char* writeHex(char* p, uint64_t v);
+    // Writers for claimed room: each writes at p and returns the end.
+    static char* put(char* p, std::string_view s)
+    {
+        // An empty view may carry no pointer at all, which memcpy must not see.
+        if (!s.empty())
+            memcpy(p, s.data(), s.size());
+        return p + s.size();
+    }
+    // Upper-case hexadecimal, at least minDigits digits (leading zeros), at most 16.
+    static char* writeHex(char* p, uint64_t v, int minDigits = 1, bool lower = false);
+    static char* writeDecimal(char* p, uint64_t v);
 
     void flush()
     {
@@ -87,8 +94,6 @@ public:
     }
 
 private:
-    static const char* upperPairs();
-    void putHexUnchecked(uint64_t v, int minDigits, const char* pairs);
     void reserve(size_t n)
     {
         if (n > sizeof(buf_) - len_)

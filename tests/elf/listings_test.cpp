@@ -257,3 +257,26 @@ TEST(LtoSymbols, EntriesAreLittleEndianWhateverTheTarget)
 }
 
 } // namespace
+
+namespace {
+
+TEST(Summary, SectionsProgramsAndBothSymbolOrders)
+{
+    ElfBuilder b(false, false);
+    const int text = b.addSection({".text", 1, 6, 0x08000000, std::vector<uint8_t>(16)});
+    b.addProgram({1, 5, 0, 0x08000000, 0x08000000, 16, 16, 4, text});
+    b.addSymbol({"zeta", 0x08000001, 4, 0x12, 0, uint16_t(text)});
+    b.addSymbol({"alpha", 0x08000008, 4, 0x12, 0, uint16_t(text)});
+    Loaded l(b.build());
+    const std::string s = capture([&](FILE* f) { printSummary(l.file, f); });
+    EXPECT_EQ(s.substr(0, 33), "Sections\n--------\n\nsection header");
+    EXPECT_NE(s.find("Programs\n--------\n\nprogram header\np_type      : PT_LOAD\n"), std::string::npos);
+    EXPECT_NE(s.find("Symbols by name\n---------------\nalpha:\n  st_info : 0x12\n  st_other: 0x0\n"
+                     "  st_shndx: 0x1\n  st_value: 0x8000008\n  st_size : 0x4\nzeta:\n"),
+              std::string::npos);
+    // By address, ARM symbols without their Thumb bit.
+    EXPECT_NE(s.find("Symbols by address\n------------------\n0x8000000 : zeta\n0x8000008 : alpha\n"),
+              std::string::npos);
+}
+
+} // namespace

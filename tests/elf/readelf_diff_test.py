@@ -786,7 +786,13 @@ def main():
     ap.add_argument("tool", help="path to the elfdwarfdump binary")
     ap.add_argument("--members", type=int, default=DEFAULT_MEMBERS,
                     help="library members to sample (default %(default)s)")
+    ap.add_argument("--demangle", action="store_true",
+                    help="compare C++ names demangled by both tools")
     args = ap.parse_args()
+    if args.demangle:
+        # Both tools use the same demangler with parameter lists.
+        OUR_OPTIONS.append("-demangle")
+        READELF_OPTIONS.append("-C")
     tool = os.path.abspath(args.tool)
     if not os.access(tool, os.X_OK):
         print("not executable: " + tool)
