@@ -482,6 +482,14 @@ ElfSection* ElfFile::sectionOfSymbol(const ElfSymbol* symbol) const
     return sectionAt(symbol->st_shndx);
 }
 
+ElfSymbol* ElfFile::symbolByName(std::string_view name) const
+{
+    const std::vector<ElfSymbol*>& named = namedSymbols();
+    auto it = std::lower_bound(named.begin(), named.end(), name,
+                               [](const ElfSymbol* s, std::string_view n) { return nameLess(s->name, n); });
+    return it != named.end() && (*it)->name == name ? *it : nullptr;
+}
+
 ElfSection* ElfFile::relocationSectionFor(const ElfSection* section) const
 {
     for (const ElfSection& s : sections_) {

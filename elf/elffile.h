@@ -33,6 +33,13 @@ public:
     // Parses an image that stays owned by the caller (an archive member) and must outlive this object.
     bool parseView(const uint8_t* image, uint64_t length, const QString& name);
 
+    // Writes the model (header, program and section headers, symbols) back over the
+    // file at `path`; throws HException("cannot write <path>") and leaves the file as
+    // it was when that cannot be done.
+    void save(const QString& path) const;
+    // The symbol of exactly this name among the named symbols, or null.
+    ElfSymbol* symbolByName(std::string_view name) const;
+
     // The image byte at a file offset with `size` bytes available from there; throws
     // "truncated ELF file: " when they are not all inside the image.
     const uint8_t* pointerAt(uint64_t offset, uint64_t size = 1) const;
@@ -99,6 +106,7 @@ public:
 
 private:
     void clear();
+    void encodeInto(uint8_t* copy) const;
     void parseImage();
     [[noreturn]] void fail(const char* what) const;
     void decodeHeader();

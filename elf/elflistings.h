@@ -22,5 +22,11 @@ void printHexRows(const uint8_t* data, uint64_t size, uint64_t address, QTx::Tex
 void printSymbolTable(const ElfFile& file, FILE* out);
 void printSymbolsSorted(const ElfFile& file, FILE* out);
 void printLtoSymbols(const ElfFile& file, FILE* out);
+// Relocation sections of loaded sections, entry by entry.
+void printRelocations(const ElfFile& file, FILE* out, FILE* err);
+// The ".stack_sizes" sections: stack usage per function.
+void printStackSizes(const ElfFile& file, FILE* out);
+// The ".ARM.attributes" section when it holds "aeabi" build attributes.
+void printArmAttributes(const ElfFile& file, FILE* out);
 // Sections, programs and symbols of a whole file, for interactive viewers.
 void printSummary(const ElfFile& file, FILE* out);

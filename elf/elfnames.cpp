@@ -76,6 +76,26 @@ std::string_view symbolVisibility(uint8_t other)
     return other < 7 ? names[other] : std::string_view("");
 }
 
+std::string_view armRelocationType(uint8_t type)
+{
+    switch (type) {
+    case 2: return "R_ARM_ABS32";
+    case 3: return "R_ARM_REL32";
+    case 10: return "R_ARM_THM_CALL";
+    case 28: return "R_ARM_CALL";
+    case 29: return "R_ARM_JUMP24";
+    case 30: return "R_ARM_THM_JUMP24";
+    case 38: return "R_ARM_TARGET1";
+    case 40: return "R_ARM_V4BX";
+    case 42: return "R_ARM_PREL31";
+    case 43: return "R_ARM_MOVW_ABS_NC";
+    case 44: return "R_ARM_MOVT_ABS";
+    case 47: return "R_ARM_THM_MOVW_ABS_NC";
+    case 48: return "R_ARM_THM_MOVT_ABS";
+    default: return "";
+    }
+}
+
 std::string_view ltoKind(uint8_t kind)
 {
     static constexpr std::string_view names[5] = {"LDPK_DEF", "LDPK_WEAKDEF", "LDPK_UNDEF", "LDPK_WEAKUNDEF",

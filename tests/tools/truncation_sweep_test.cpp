@@ -30,8 +30,10 @@ std::vector<std::string> filesIn(const std::string& dir)
 TEST(TruncationSweep, EveryListingSurvivesEveryCut)
 {
     std::vector<std::string> files = filesIn(fixtures + "elf/");
-    const std::vector<std::string> malformed = filesIn(fixtures + "malformed/");
-    files.insert(files.end(), malformed.begin(), malformed.end());
+    for (const char* dir : {"malformed/", "tool/"}) {
+        const std::vector<std::string> more = filesIn(fixtures + dir);
+        files.insert(files.end(), more.begin(), more.end());
+    }
     files.push_back(std::string(EDD_SOURCE_DIR) + "/examples/blinky/blinky.elf");
     ASSERT_GE(files.size(), 20u);
 
@@ -46,8 +48,16 @@ TEST(TruncationSweep, EveryListingSurvivesEveryCut)
         for (size_t n : cuts) {
             TempFile cut(std::vector<uint8_t>(bytes.begin(), bytes.begin() + n));
             const ToolResult r = runTool({"-header", "-programs", "-program-data", "-sections", "-section-data",
-                                          "-symbols", "-symbols-sorted", "-ltosymbols", "-demangle", cut.path()});
-            ++runs;
+                                          "-symbols", "-symbols-sorted", "-ltosymbols", "-demangle", "-relocations",
+                                          "-ARMAttributes", "-stack-sizes", cut.path()});
+            // Comparing with itself and patching in place read every part the listings skip.
+            const ToolResult cmp = runTool({"-cmp", cut.path(), cut.path()});
+            const ToolResult cmpSymbols = runTool({"-symbols", "-cmp", cut.path(), cut.path()});
+            const ToolResult patch =
+                runTool({"-setVFPflags", "-setObject", "-deTISection", "-ThumbSymbols", cut.path()});
+            runs += 4;
+            for (const ToolResult* other : {&cmp, &cmpSymbols, &patch})
+                ASSERT_TRUE(other->status == 0 || other->status == 1) << path << " cut at " << n;
             ASSERT_TRUE(r.status == 0 || r.status == 1) << path << " cut at " << n;
             if (r.status == 1) {
                 // A refusal always says why.

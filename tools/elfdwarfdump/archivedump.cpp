@@ -24,14 +24,15 @@ int dumpArchive(const DwarfDumpArgParse& args, const uint8_t* image, uint64_t si
     ElfFile file(args.demangle);
     for (const ArArchive::Member& m : archive.members()) {
         fprintf(out, "\noffset 0x%08llx %s\n", (unsigned long long)m.headerOffset, m.name.c_str());
+        int status;
         try {
             file.parseView(m.data, m.size, path + QLatin1Char('(') + QString::fromLocal8Bit(m.name) + QLatin1Char(')'));
+            status = dumpElfFile(args, file, true, out, err);
         } catch (const HException& e) {
             fflush(out);
             fprintf(err, "open error %s\n", e.message().c_str());
             return 1;
         }
-        const int status = dumpElfFile(args, file, out, err);
         if (status != 0)
             return status;
     }

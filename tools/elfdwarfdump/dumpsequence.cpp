@@ -1,9 +1,11 @@
 #include "elf/elffile.h"
 #include "elf/elflistings.h"
+#include "tools/elfdwarfdump/compare.h"
 #include "tools/elfdwarfdump/dwarfdumpargparse.h"
+#include "tools/elfdwarfdump/modify.h"
 #include "tools/elfdwarfdump/run.h"
 
-int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, FILE* out, FILE* err)
+int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FILE* out, FILE* err)
 {
     const bool comparing = !args.compareFile.isEmpty();
 
@@ -22,11 +24,37 @@ int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, FILE* out, FILE* e
     if (args.symbolsSorted)
         printSymbolsSorted(file, out);
 
-    // DWARF, disassembly, comparison, in-place changes, ARM sections, flash loaders,
-    // the register map, unwind tables and memory usage run here as they are added.
+    // DWARF and disassembly come here as they are added.
+
+    if (comparing) {
+        // A second file that cannot be read ends the run like the first one would.
+        ElfFile second(args.demangle);
+        second.load(args.compareFile);
+        fflush(out);
+        compareElfFiles(file, args.elfFile, second, args.compareFile, args.symbols, out, err);
+    }
+
+    // The in-place changes: a failed save stops the run before anything else is printed.
+    if (!modifyElfFile(args, file, inArchive, err))
+        return 1;
+
+    if (args.armAttributes)
+        printArmAttributes(file, out);
+
+    // Flash-loader descriptions come here as they are added.
+
+    if (args.relocations)
+        printRelocations(file, out, err);
+
+    // The register map comes here as it is added.
 
     if (args.ltoSymbols)
         printLtoSymbols(file, out);
+
+    if (args.stackSizes)
+        printStackSizes(file, out);
+
+    // Unwind tables, call frames and memory usage come here as they are added.
 
     return 0;
 }

@@ -145,7 +145,7 @@ int runElfDwarfDump(const QStringList& arguments, FILE* standardOutput, FILE* st
         ElfFile file(args.demangle);
         try {
             file.parseView(input.data, input.size, args.elfFile);
-            status = dumpElfFile(args, file, out, standardError);
+            status = dumpElfFile(args, file, false, out, standardError);
         } catch (const HException& e) {
             fflush(out);
             fprintf(standardError, "open error %s\n", e.message().c_str());

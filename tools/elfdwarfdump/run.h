@@ -9,8 +9,9 @@ class ElfFile;
 // It never calls exit, so tests and fuzzers can drive it in-process.
 int runElfDwarfDump(const QStringList& arguments, FILE* standardOutput, FILE* standardError);
 
-// The selected listings of one ELF file, in their fixed order. Returns the exit status.
-int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, FILE* out, FILE* err);
+// The selected listings of one ELF file (a library member when `inArchive`), in their
+// fixed order. Returns the exit status; a file that cannot be read throws HException.
+int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FILE* out, FILE* err);
 
 // The archive path: symbol index, then every member. Returns the exit status.
 int dumpArchive(const DwarfDumpArgParse& args, const uint8_t* image, uint64_t size, const QString& path,
