@@ -9,14 +9,17 @@
 
 namespace {
 
-// The function symbol a stack-size entry names: in an executable the symbol at the
-// address; in an object the symbol at that offset of the section the entry links to.
+// The function symbol a stack-size entry names: in an executable the function at the
+// address; in an object the function at that offset of the section the entry links
+// to. Labels and section markers at the same address are not functions.
 const ElfSymbol* functionAt(const ElfFile& file, uint64_t address, const ElfSection* linked)
 {
     const std::vector<ElfSymbol*>& defined = file.definedSymbols();
     auto it = std::lower_bound(defined.begin(), defined.end(), address,
                                [](const ElfSymbol* s, uint64_t a) { return s->address() < a; });
     for (; it != defined.end() && (*it)->address() == address; ++it) {
+        if ((*it)->type() != ElfSym::STT_FUNC)
+            continue;
         if (file.e_type == 2 || (linked && file.sectionOfSymbol(*it) == linked))
             return *it;
     }

@@ -1,3 +1,4 @@
+#include "dwarf/dwarffile.h"
 #include "elf/elffile.h"
 #include "elf/elflistings.h"
 #include "tools/elfdwarfdump/compare.h"
@@ -24,7 +25,15 @@ int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FI
     if (args.symbolsSorted)
         printSymbolsSorted(file, out);
 
-    // DWARF and disassembly come here as they are added.
+    if (args.dwarf) {
+        MyDwarfFile dwarf;
+        dwarf.open(file, args.ignoreDebugAranges);
+        // Reports of the reader go to standard error: keep them after what came before.
+        fflush(out);
+        dwarf.dump(out);
+    }
+
+    // The disassembly comes here as it is added.
 
     if (comparing) {
         // A second file that cannot be read ends the run like the first one would.

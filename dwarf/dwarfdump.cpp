@@ -1,0 +1,405 @@
+// The -dwarf text: line map, frames, the entry trees of all units, name tables,
+// address ranges and macros, each under its heading.
+#include <vector>
+
+#include "dwarf/dwarffile.h"
+#include "dwarf/dwarfnames.h"
+#include "dwarf/expression.h"
+
+namespace {
+
+enum : uint32_t {
+    DW_AT_location = 0x02, DW_AT_language = 0x13, DW_AT_abstract_origin = 0x31, DW_AT_decl_file = 0x3a,
+    DW_AT_specification = 0x47, DW_AT_ranges = 0x55, DW_AT_call_file = 0x58,
+    DW_FORM_sec_offset = 0x17, DW_FORM_exprloc = 0x18, DW_FORM_ref_sig8 = 0x20, DW_FORM_loclistx = 0x22,
+    DW_FORM_rnglistx = 0x23,
+};
+
+// Text that may be empty, and then may have no pointer at all.
+void putText(FILE* out, std::string_view text)
+{
+    if (!text.empty())
+        fwrite(text.data(), 1, text.size(), out);
+}
+
+// Version 5 list tables: an offset table at the unit's base maps an index to an
+// offset relative to that base.
+uint64_t listOffsetOfIndex(const DwarfSection& section, bool be, uint64_t base, uint64_t index)
+{
+    DwarfCursor c = section.cursor(be);
+    c.seek(base + index * 4);
+    return base + c.u32();
+}
+
+void printRanges(FILE* out, DwarfFile& file, const DwarfUnit& unit, const DwarfAttributeValue& v)
+{
+    const DwarfSections& s = file.sections();
+    const bool be = s.bigEndian;
+    if (unit.version <= 4) {
+        DwarfCursor c = s.ranges.cursor(be);
+        c.seek(v.value);
+        while (!c.atEnd()) {
+            const uint64_t start = c.fixed(unit.addressSize);
+            const uint64_t end = c.fixed(unit.addressSize);
+            if (start == 0)
+                break;
+            fprintf(out, "0x%lx-0x%lx ", (unsigned long)start, (unsigned long)end);
+        }
+        return;
+    }
+    const uint64_t offset =
+        v.form == DW_FORM_rnglistx ? listOffsetOfIndex(s.rnglists, be, unit.rnglistsBase, v.value) : v.value;
+    DwarfCursor c = s.rnglists.cursor(be);
+    c.seek(offset);
+    auto indexed = [&](uint64_t index) {
+        DwarfCursor a = s.addr.cursor(be);
+        a.seek(unit.addrBase + index * unit.addressSize);
+        return a.fixed(unit.addressSize);
+    };
+    uint64_t base = 0;
+    while (!c.atEnd()) {
+        const uint8_t kind = c.u8();
+        uint64_t start = 0, end = 0;
+        switch (kind) {
+        case 0: return; // DW_RLE_end_of_list
+        case 1: base = indexed(c.uleb()); continue;
+        case 2: start = indexed(c.uleb()); end = indexed(c.uleb()); break;
+        case 3: start = indexed(c.uleb()); end = start + c.uleb(); break;
+        case 4: start = base + c.uleb(); end = base + c.uleb(); break;
+        case 5: base = c.fixed(unit.addressSize); continue;
+        case 6: start = c.fixed(unit.addressSize); end = c.fixed(unit.addressSize); break;
+        case 7: start = c.fixed(unit.addressSize); end = start + c.uleb(); break;
+        default: file.report("Unexpected DW_RLE_tag 0x%x", kind); return;
+        }
+        fprintf(out, "0x%lx-0x%lx ", (unsigned long)start, (unsigned long)end);
+    }
+}
+
+// Location lists of versions 2 to 4: the base starts at 0 for every list (the unit's
+// own base address is deliberately not applied).
+void printLocationList4(FILE* out, const DwarfSections& s, const DwarfUnit& unit, uint64_t offset)
+{
+    DwarfCursor c = s.loc.cursor(s.bigEndian);
+    c.seek(offset);
+    uint64_t base = 0;
+    const uint64_t baseMarker = unit.addressSize == 8 ? UINT64_MAX : 0xffffffff;
+    while (!c.atEnd()) {
+        const uint64_t entry = c.offset();
+        const uint64_t start = c.fixed(unit.addressSize);
+        const uint64_t end = c.fixed(unit.addressSize);
+        if (start == 0 && end == 0) {
+            fprintf(out, "0x%08x <End of List>", unsigned(entry));
+            return;
+        }
+        if (start == baseMarker) {
+            base = end;
+            fprintf(out, "0x%08x 0x%08x (base address)\n", unsigned(entry), unsigned(base));
+            continue;
+        }
+        fprintf(out, "0x%08x 0x%016lx 0x%016lx (", unsigned(entry), (unsigned long)(base + start),
+                (unsigned long)(base + end));
+        const uint16_t length = c.u16();
+        printDwarfExpression(out, c.take(length), unit.addressSize);
+        fputs(")\n", out);
+    }
+}
+
+void printLocationList5(FILE* out, DwarfFile& file, const DwarfUnit& unit, uint64_t offset)
+{
+    const DwarfSections& s = file.sections();
+    const bool be = s.bigEndian;
+    DwarfCursor c = s.loclists.cursor(be);
+    c.seek(offset);
+    auto indexed = [&](uint64_t index) {
+        DwarfCursor a = s.addr.cursor(be);
+        a.seek(unit.addrBase + index * unit.addressSize);
+        return a.fixed(unit.addressSize);
+    };
+    uint64_t base = 0;
+    while (!c.atEnd()) {
+        const uint8_t kind = c.u8();
+        uint64_t start = 0, end = 0;
+        const char* label = "DW_LLE_start_length  0x%016lx 0x%016lx(";
+        switch (kind) {
+        case 0: return; // DW_LLE_end_of_list
+        case 1: {
+            const uint64_t index = c.uleb();
+            base = indexed(index);
+            fprintf(out, "DW_LLE_base_addressx %d 0x%016lx\n", int(index), (unsigned long)base);
+            continue;
+        }
+        // All bounded forms print with one label, the offset pair with its own.
+        case 2: start = indexed(c.uleb()); end = indexed(c.uleb()); break;
+        case 3: start = indexed(c.uleb()); end = start + c.uleb(); break;
+        case 4:
+            start = base + c.uleb();
+            end = base + c.uleb();
+            label = "DW_LLE_offset_pair  0x%016lx 0x%016lx(";
+            break;
+        case 5: file.report("DW_LLE_default_location not supported"); return;
+        case 6:
+            base = c.fixed(unit.addressSize);
+            fprintf(out, "DW_LLE_base_address 0x%016lx\n", (unsigned long)base);
+            continue;
+        case 7: start = c.fixed(unit.addressSize); end = c.fixed(unit.addressSize); break;
+        case 8: start = c.fixed(unit.addressSize); end = start + c.uleb(); break;
+        default: file.report("Unexpected DW_LLE_tag 0x%x", kind); return;
+        }
+        fprintf(out, label, (unsigned long)start, (unsigned long)end);
+        const uint64_t length = c.uleb();
+        printDwarfExpression(out, c.take(length), unit.addressSize);
+        fputs(")\n", out);
+    }
+}
+
+void printValue(FILE* out, const DwarfAttributeValue& v)
+{
+    switch (v.valueClass) {
+    case DwarfAttributeValue::Constant:
+        if (v.form == DW_FORM_ref_sig8)
+            fprintf(out, "signature: 0x%lx ", (unsigned long)v.value);
+        else
+            fprintf(out, "0x%lx ", (unsigned long)v.value);
+        break;
+    case DwarfAttributeValue::Signed: fprintf(out, "%ld ", long(v.signedValue())); break;
+    case DwarfAttributeValue::Block:
+        for (uint64_t i = 0; i < v.value; ++i)
+            fprintf(out, "0x%02x ", v.bytes()[i]);
+        break;
+    case DwarfAttributeValue::Reference: fprintf(out, "0x%lx ", (unsigned long)v.value); break;
+    case DwarfAttributeValue::String: putText(out, v.text()); break;
+    }
+}
+
+void printAttribute(FILE* out, DwarfFile& file, DwarfUnit& unit, const DwarfDebuggingInformationEntry& e,
+                    const DwarfAttributeValue& v)
+{
+    fprintf(out, "%s ", DwarfNames::attribute(v.attribute));
+    fprintf(out, "%s ", DwarfNames::form(v.form));
+    printValue(out, v);
+    switch (v.attribute) {
+    case DW_AT_abstract_origin:
+    case DW_AT_specification: {
+        const DwarfDebuggingInformationEntry* target = e.referencedBy(v);
+        if (target)
+            fprintf(out, "%s (0x%X)", DwarfNames::tag(target->tag), target->offset);
+        else
+            fputs(v.attribute == DW_AT_abstract_origin ? "getAbstractOrigin() failed" : "getSpecification() failed",
+                  out);
+        break;
+    }
+    case DW_AT_decl_file:
+    case DW_AT_call_file: {
+        putText(out, unit.lineTable.fileName(v.value));
+        break;
+    }
+    case DW_AT_language: fputs(DwarfNames::language(uint32_t(v.value)), out); break;
+    case DW_AT_ranges: printRanges(out, file, unit, v); break;
+    case DW_AT_location:
+        if (v.form == DW_FORM_sec_offset) {
+            fputc('\n', out);
+            if (unit.version <= 4)
+                printLocationList4(out, file.sections(), unit, v.value);
+            else
+                printLocationList5(out, file, unit, v.value);
+        } else if (v.form == DW_FORM_exprloc) {
+            printDwarfExpression(out, DwarfCursor(v.bytes(), v.bytes() + v.value, file.sections().bigEndian),
+                                 unit.addressSize);
+        } else if (v.form == DW_FORM_loclistx) {
+            fputc('\n', out);
+            printLocationList5(
+                out, file, unit,
+                listOffsetOfIndex(file.sections().loclists, file.sections().bigEndian, unit.loclistsBase, v.value));
+        }
+        break;
+    default: break;
+    }
+    fputc('\n', out);
+}
+
+// The entry tree from `root` at depth 1: an entry, then its children one level
+// deeper, then its next sibling. The walk keeps its own stack, so the depth of the
+// tree in the file never reaches the machine's stack.
+void printTree(FILE* out, DwarfFile& file, DwarfUnit& unit, const DwarfDebuggingInformationEntry* root)
+{
+    struct Item {
+        const DwarfDebuggingInformationEntry* entry;
+        int depth;
+    };
+    std::vector<Item> work{{root, 1}};
+    std::string indent;
+    while (!work.empty()) {
+        const Item item = work.back();
+        work.pop_back();
+        const DwarfDebuggingInformationEntry* e = item.entry;
+        indent.assign(size_t(item.depth) * 2, ' ');
+        fprintf(out, "%s%s (0x%X)\n", indent.c_str(), DwarfNames::tag(e->tag), e->offset);
+        for (uint32_t i = 0; i < e->attributeCount(); ++i) {
+            fputs(indent.c_str(), out);
+            printAttribute(out, file, unit, *e, e->attributeAt(i));
+        }
+        fputc('\n', out);
+        if (e->sibling)
+            work.push_back({e->sibling, item.depth});
+        if (e->child)
+            work.push_back({e->child, item.depth + 1});
+    }
+}
+
+uint64_t stringIndexBase(const DwarfFile& file)
+{
+    for (const auto& unit : file.units()) {
+        if (unit->version >= 5 && unit->strOffsetsBase)
+            return unit->strOffsetsBase;
+    }
+    return 8;
+}
+
+void printMacros(FILE* out, DwarfFile& file)
+{
+    const DwarfSections& s = file.sections();
+    DwarfCursor c = s.macro.cursor(s.bigEndian);
+    const uint64_t strBase = stringIndexBase(file);
+    auto indexedString = [&](uint64_t index) {
+        DwarfCursor o = s.strOffsets.cursor(s.bigEndian);
+        o.seek(strBase + index * 4);
+        return o.atEnd() ? std::string_view() : s.str.stringAt(o.u32());
+    };
+    while (!c.atEnd()) {
+        const uint64_t start = c.offset();
+        const uint16_t version = c.u16();
+        const uint8_t flags = c.u8();
+        fprintf(out, "\noffset 0x%llx version 0x%x flags 0x%02x\n", (unsigned long long)start, version, flags);
+        const unsigned offsetSize = (flags & 1) ? 8 : 4;
+        if (flags & 2)
+            fprintf(out, "debug_line offset 0x%x\n", unsigned(c.fixed(offsetSize)));
+        if (flags & 4) {
+            // A table of the operand forms of vendor opcodes: stepped over.
+            const uint8_t count = c.u8();
+            for (unsigned i = 0; i < count && !c.atEnd(); ++i) {
+                c.u8();
+                c.skip(c.uleb());
+            }
+        }
+        bool more = true;
+        while (more && !c.atEnd()) {
+            const uint8_t op = c.u8();
+            switch (op) {
+            case 0: more = false; break;
+            case 1: case 2: {
+                const uint64_t line = c.uleb();
+                const std::string_view text = c.cstr();
+                fprintf(out, op == 1 ? "DW_MACRO_define lineno %d macro %.*s\n" : "DW_MACRO_undef lineno %d macro %.*s\n",
+                        int(line), int(text.size()), text.data());
+                break;
+            }
+            case 3: {
+                const uint64_t line = c.uleb();
+                const uint64_t fileIndex = c.uleb();
+                fprintf(out, "DW_MACRO_start_file lineno %d file %d\n", int(line), int(fileIndex));
+                break;
+            }
+            case 4: fputs("DW_MACRO_end_file\n", out); break;
+            case 5: case 6: {
+                const uint64_t line = c.uleb();
+                const std::string_view text = s.str.stringAt(c.fixed(offsetSize));
+                fprintf(out, op == 5 ? "DW_MACRO_define_strp lineno %d macro %.*s\n"
+                                     : "DW_MACRO_undef_strp lineno %d macro %.*s\n",
+                        int(line), int(text.size()), text.data());
+                break;
+            }
+            case 7: fprintf(out, "DW_MACRO_import offset 0x%x\n", unsigned(c.fixed(offsetSize))); break;
+            // Entries of a supplementary file: not printed, but stepped over.
+            case 8: case 9: c.uleb(); c.skip(offsetSize); break;
+            case 10: c.skip(offsetSize); break;
+            case 11: case 12: {
+                const uint64_t line = c.uleb();
+                const std::string_view text = indexedString(c.uleb());
+                fprintf(out, op == 11 ? "DW_MACRO_define_strx lineno %d macro %.*s\n"
+                                      : "DW_MACRO_undef_strx lineno %d macro %.*s\n",
+                        int(line), int(text.size()), text.data());
+                break;
+            }
+            default:
+                // An opcode of unknown size: the rest of this contribution cannot be read.
+                file.report("unknown DW_MACRO opcode 0x%x at offset 0x%llx\n", op, (unsigned long long)(c.offset() - 1));
+                return;
+            }
+        }
+    }
+}
+
+void printMacinfo(FILE* out, const DwarfSections& s)
+{
+    DwarfCursor c = s.macinfo.cursor(s.bigEndian);
+    while (!c.atEnd()) {
+        const uint8_t op = c.u8();
+        switch (op) {
+        case 0: break; // the end of one unit's entries
+        case 1: case 2: {
+            const uint64_t line = c.uleb();
+            const std::string_view text = c.cstr();
+            fprintf(out, op == 1 ? "DW_MACINFO_define lineno %d macro %.*s\n" : "DW_MACINFO_undef lineno %d macro %.*s\n",
+                    int(line), int(text.size()), text.data());
+            break;
+        }
+        case 3: {
+            const uint64_t line = c.uleb();
+            const uint64_t fileIndex = c.uleb();
+            fprintf(out, "DW_MACINFO_start_file lineno %d filenum %d\n", int(line), int(fileIndex));
+            break;
+        }
+        case 4: fputs("DW_MACINFO_end_file\n", out); break;
+        case 0xff: c.uleb(); c.cstr(); break; // vendor extension: a constant and a string
+        default: return;
+        }
+    }
+}
+
+void printNames(FILE* out, const std::vector<DwarfFile::NameEntry>& names)
+{
+    for (const DwarfFile::NameEntry& n : names)
+        fprintf(out, "%.*s cuoffset 0x%x offset 0x%x\n", int(n.name.size()), n.name.data(), unsigned(n.unitOffset),
+                unsigned(n.entryOffset));
+}
+
+} // namespace
+
+void DwarfFile::dump(FILE* out)
+{
+    fputs("\nLine\n", out);
+    sourceAddressMap().print(out);
+
+    // Call frames are printed here once their reader exists.
+    fputs("\nFrame\n", out);
+
+    fputs("\nDebugging Information\n", out);
+    for (const auto& unit : units_) {
+        if (!unit->hasEntryData())
+            continue;
+        if (const DwarfDebuggingInformationEntry* root = unit->root())
+            printTree(out, *this, *unit, root);
+    }
+
+    fputs("\nDebug Types\n", out);
+    for (const auto& unit : typeUnits_) {
+        fprintf(out, "\nSignature: 0x%lx\n\n", (unsigned long)unit->typeSignature);
+        if (const DwarfDebuggingInformationEntry* root = unit->hasEntryData() ? unit->root() : nullptr)
+            printTree(out, *this, *unit, root);
+    }
+
+    fputs("\nPubnames\n", out);
+    printNames(out, pubnames_);
+    fputs("\nPubtypes\n", out);
+    printNames(out, pubtypes_);
+
+    fputs("\nAranges\n", out);
+    for (const AddressRange& r : aranges_)
+        fprintf(out, "cuoffset 0x%x address 0x%lx length %ld\n", unsigned(r.unitOffset), (unsigned long)r.address,
+                long(r.length));
+
+    fputs("\nMacros\n", out);
+    printMacros(out, *this);
+    fputs("\nMacinfo\n", out);
+    printMacinfo(out, sections_);
+}
