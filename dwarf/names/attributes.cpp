@@ -108,7 +108,7 @@ constexpr CodeName attributes[] = {
     {0x72, "DW_AT_str_offsets_base"},
     {0x73, "DW_AT_addr_base"},
     {0x74, "DW_AT_rnglists_base"},
-    // Split-DWARF drafts before DWARF 5 reserved the code again.
+    // Used by the split-DWARF drafts; DWARF 5 left the code reserved.
     {0x75, "DW_AT_dwo_id"},
     {0x76, "DW_AT_dwo_name"},
     {0x77, "DW_AT_reference"},

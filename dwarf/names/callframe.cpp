@@ -73,8 +73,8 @@ const char* callFrameInstruction(uint32_t code)
 
 // An encoding byte is an application (pcrel, datarel, ... in bits 4..6, indirect in
 // bit 7) added to a value format (bits 0..3). This names only the format, which is
-// what decides how many bytes to read; the one byte that is not a format plus an
-// application, 0xff, says that no value follows at all.
+// what decides how many bytes to read. 0xff is not a format and an application
+// but DW_EH_PE_omit: no value follows at all.
 const char* exceptionPointerEncoding(uint32_t code)
 {
     if (code == 0xff)

@@ -55,6 +55,7 @@ constexpr CodeName forms[] = {
     {0x1f02, "DW_FORM_GNU_str_index"},
     {0x1f20, "DW_FORM_GNU_ref_alt"},
     {0x1f21, "DW_FORM_GNU_strp_alt"},
+    // clang's address index plus an offset, for split DWARF.
     {0x2001, "DW_FORM_LLVM_addrx_offset"},
 };
 static_assert(detail::strictlyIncreasing(forms));

@@ -44,8 +44,8 @@ constexpr CodeName languages[] = {
     {0x0023, "DW_LANG_Fortran08"},
     {0x0024, "DW_LANG_RenderScript"},
     {0x0025, "DW_LANG_BLISS"},
-    // Registered after DWARF 5 was published; GCC writes C17 and C++17/20 already.
-    // 0x29 was never assigned.
+    // Registered since DWARF 5 was published; newer compilers already write
+    // some of them. 0x29 was never assigned.
     {0x0026, "DW_LANG_Kotlin"},
     {0x0027, "DW_LANG_Zig"},
     {0x0028, "DW_LANG_Crystal"},
@@ -65,6 +65,12 @@ constexpr CodeName languages[] = {
     {0x0037, "DW_LANG_OpenCL_CPP"},
     {0x0038, "DW_LANG_CPP_for_OpenCL"},
     {0x0039, "DW_LANG_SYCL"},
+    {0x003a, "DW_LANG_C_plus_plus_23"},
+    {0x003b, "DW_LANG_Odin"},
+    {0x003c, "DW_LANG_P4"},
+    {0x003d, "DW_LANG_Metal"},
+    {0x003e, "DW_LANG_C23"},
+    {0x003f, "DW_LANG_Fortran23"},
     {0x0040, "DW_LANG_Ruby"},
     {0x0041, "DW_LANG_Move"},
     {0x0042, "DW_LANG_Hylo"},

@@ -17,7 +17,7 @@ constexpr CodeName locationListEntries[] = {
     {0x06, "DW_LLE_base_address"},
     {0x07, "DW_LLE_start_end"},
     {0x08, "DW_LLE_start_length"},
-    // GCC's location views (-gvariable-location-views), in .debug_loclists.
+    // GCC's extension for location views kept in the list itself.
     {0x09, "DW_LLE_GNU_view_pair"},
 };
 static_assert(detail::strictlyIncreasing(locationListEntries));

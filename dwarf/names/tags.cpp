@@ -75,8 +75,8 @@ constexpr CodeName tags[] = {
     {0x49, "DW_TAG_call_site_parameter"},
     {0x4a, "DW_TAG_skeleton_unit"},
     {0x4b, "DW_TAG_immutable_type"},
-    // Vendor range. Where two vendors picked the same code, the one whose compilers
-    // build firmware wins.
+    // Vendor range. TI used 0x4080..0x4085 too; 0x4081 keeps the MIPS name that
+    // GCC's and LLVM's tools print.
     {0x4081, "DW_TAG_MIPS_loop"},
     {0x4090, "DW_TAG_HP_array_descriptor"},
     {0x4091, "DW_TAG_HP_Bliss_field"},
