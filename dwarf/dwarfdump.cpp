@@ -5,6 +5,9 @@
 #include "dwarf/dwarffile.h"
 #include "dwarf/dwarfnames.h"
 #include "dwarf/expression.h"
+#include "qtx/textline.h"
+
+using QTx::TextLine;
 
 namespace {
 
@@ -15,13 +18,6 @@ enum : uint32_t {
     DW_FORM_rnglistx = 0x23,
 };
 
-// Text that may be empty, and then may have no pointer at all.
-void putText(FILE* out, std::string_view text)
-{
-    if (!text.empty())
-        fwrite(text.data(), 1, text.size(), out);
-}
-
 // Version 5 list tables: an offset table at the unit's base maps an index to an
 // offset relative to that base.
 uint64_t listOffsetOfIndex(const DwarfSection& section, bool be, uint64_t base, uint64_t index)
@@ -31,7 +27,7 @@ uint64_t listOffsetOfIndex(const DwarfSection& section, bool be, uint64_t base, 
     return base + c.u32();
 }
 
-void printRanges(FILE* out, DwarfFile& file, const DwarfUnit& unit, const DwarfAttributeValue& v)
+void printRanges(TextLine& out, DwarfFile& file, const DwarfUnit& unit, const DwarfAttributeValue& v)
 {
     const DwarfSections& s = file.sections();
     const bool be = s.bigEndian;
@@ -43,7 +39,7 @@ void printRanges(FILE* out, DwarfFile& file, const DwarfUnit& unit, const DwarfA
             const uint64_t end = c.fixed(unit.addressSize);
             if (start == 0)
                 break;
-            fprintf(out, "0x%lx-0x%lx ", (unsigned long)start, (unsigned long)end);
+            out.str("0x").hexLower(start).str("-0x").hexLower(end).ch(' ');
         }
         return;
     }
@@ -71,13 +67,13 @@ void printRanges(FILE* out, DwarfFile& file, const DwarfUnit& unit, const DwarfA
         case 7: start = c.fixed(unit.addressSize); end = start + c.uleb(); break;
         default: file.report("Unexpected DW_RLE_tag 0x%x", kind); return;
         }
-        fprintf(out, "0x%lx-0x%lx ", (unsigned long)start, (unsigned long)end);
+        out.str("0x").hexLower(start).str("-0x").hexLower(end).ch(' ');
     }
 }
 
 // Location lists of versions 2 to 4: the base starts at 0 for every list (the unit's
 // own base address is deliberately not applied).
-void printLocationList4(FILE* out, const DwarfSections& s, const DwarfUnit& unit, uint64_t offset)
+void printLocationList4(TextLine& out, const DwarfSections& s, const DwarfUnit& unit, uint64_t offset)
 {
     DwarfCursor c = s.loc.cursor(s.bigEndian);
     c.seek(offset);
@@ -88,23 +84,23 @@ void printLocationList4(FILE* out, const DwarfSections& s, const DwarfUnit& unit
         const uint64_t start = c.fixed(unit.addressSize);
         const uint64_t end = c.fixed(unit.addressSize);
         if (start == 0 && end == 0) {
-            fprintf(out, "0x%08x <End of List>", unsigned(entry));
+            out.str("0x").hexLower(entry, 8).str(" <End of List>");
             return;
         }
         if (start == baseMarker) {
             base = end;
-            fprintf(out, "0x%08x 0x%08x (base address)\n", unsigned(entry), unsigned(base));
+            out.str("0x").hexLower(entry, 8).str(" 0x").hexLower(uint32_t(base), 8).str(" (base address)\n");
             continue;
         }
-        fprintf(out, "0x%08x 0x%016lx 0x%016lx (", unsigned(entry), (unsigned long)(base + start),
-                (unsigned long)(base + end));
+        out.str("0x").hexLower(entry, 8).str(" 0x").hexLower(base + start, 16).str(" 0x").hexLower(base + end, 16);
+        out.str(" (");
         const uint16_t length = c.u16();
         printDwarfExpression(out, c.take(length), unit.addressSize);
-        fputs(")\n", out);
+        out.str(")\n");
     }
 }
 
-void printLocationList5(FILE* out, DwarfFile& file, const DwarfUnit& unit, uint64_t offset)
+void printLocationList5(TextLine& out, DwarfFile& file, const DwarfUnit& unit, uint64_t offset)
 {
     const DwarfSections& s = file.sections();
     const bool be = s.bigEndian;
@@ -119,13 +115,13 @@ void printLocationList5(FILE* out, DwarfFile& file, const DwarfUnit& unit, uint6
     while (!c.atEnd()) {
         const uint8_t kind = c.u8();
         uint64_t start = 0, end = 0;
-        const char* label = "DW_LLE_start_length  0x%016lx 0x%016lx(";
+        const char* label = "DW_LLE_start_length  0x";
         switch (kind) {
         case 0: return; // DW_LLE_end_of_list
         case 1: {
             const uint64_t index = c.uleb();
             base = indexed(index);
-            fprintf(out, "DW_LLE_base_addressx %d 0x%016lx\n", int(index), (unsigned long)base);
+            out.str("DW_LLE_base_addressx ").dec(int(index)).str(" 0x").hexLower(base, 16).ch('\n');
             continue;
         }
         // All bounded forms print with one label, the offset pair with its own.
@@ -134,70 +130,69 @@ void printLocationList5(FILE* out, DwarfFile& file, const DwarfUnit& unit, uint6
         case 4:
             start = base + c.uleb();
             end = base + c.uleb();
-            label = "DW_LLE_offset_pair  0x%016lx 0x%016lx(";
+            label = "DW_LLE_offset_pair  0x";
             break;
         case 5: file.report("DW_LLE_default_location not supported"); return;
         case 6:
             base = c.fixed(unit.addressSize);
-            fprintf(out, "DW_LLE_base_address 0x%016lx\n", (unsigned long)base);
+            out.str("DW_LLE_base_address 0x").hexLower(base, 16).ch('\n');
             continue;
         case 7: start = c.fixed(unit.addressSize); end = c.fixed(unit.addressSize); break;
         case 8: start = c.fixed(unit.addressSize); end = start + c.uleb(); break;
         default: file.report("Unexpected DW_LLE_tag 0x%x", kind); return;
         }
-        fprintf(out, label, (unsigned long)start, (unsigned long)end);
+        out.str(label).hexLower(start, 16).str(" 0x").hexLower(end, 16).ch('(');
         const uint64_t length = c.uleb();
         printDwarfExpression(out, c.take(length), unit.addressSize);
-        fputs(")\n", out);
+        out.str(")\n");
     }
 }
 
-void printValue(FILE* out, const DwarfAttributeValue& v)
+void printValue(TextLine& out, const DwarfAttributeValue& v)
 {
     switch (v.valueClass) {
     case DwarfAttributeValue::Constant:
         if (v.form == DW_FORM_ref_sig8)
-            fprintf(out, "signature: 0x%lx ", (unsigned long)v.value);
+            out.str("signature: 0x").hexLower(v.value).ch(' ');
         else
-            fprintf(out, "0x%lx ", (unsigned long)v.value);
+            out.str("0x").hexLower(v.value).ch(' ');
         break;
-    case DwarfAttributeValue::Signed: fprintf(out, "%ld ", long(v.signedValue())); break;
+    case DwarfAttributeValue::Signed: out.dec(v.signedValue()).ch(' '); break;
     case DwarfAttributeValue::Block:
         for (uint64_t i = 0; i < v.value; ++i)
-            fprintf(out, "0x%02x ", v.bytes()[i]);
+            out.str("0x").hexLower(v.bytes()[i], 2).ch(' ');
         break;
-    case DwarfAttributeValue::Reference: fprintf(out, "0x%lx ", (unsigned long)v.value); break;
-    case DwarfAttributeValue::String: putText(out, v.text()); break;
+    case DwarfAttributeValue::Reference: out.str("0x").hexLower(v.value).ch(' '); break;
+    case DwarfAttributeValue::String: out.str(v.text()); break;
     }
 }
 
-void printAttribute(FILE* out, DwarfFile& file, DwarfUnit& unit, const DwarfDebuggingInformationEntry& e,
+void printAttribute(TextLine& out, DwarfFile& file, DwarfUnit& unit, const DwarfDebuggingInformationEntry& e,
                     const DwarfAttributeValue& v)
 {
-    fprintf(out, "%s ", DwarfNames::attribute(v.attribute));
-    fprintf(out, "%s ", DwarfNames::form(v.form));
+    out.str(DwarfNames::attribute(v.attribute)).ch(' ');
+    out.str(DwarfNames::form(v.form)).ch(' ');
     printValue(out, v);
     switch (v.attribute) {
     case DW_AT_abstract_origin:
     case DW_AT_specification: {
         const DwarfDebuggingInformationEntry* target = e.referencedBy(v);
         if (target)
-            fprintf(out, "%s (0x%X)", DwarfNames::tag(target->tag), target->offset);
+            out.str(DwarfNames::tag(target->tag)).str(" (0x").hex(target->offset).ch(')');
         else
-            fputs(v.attribute == DW_AT_abstract_origin ? "getAbstractOrigin() failed" : "getSpecification() failed",
-                  out);
+            out.str(v.attribute == DW_AT_abstract_origin ? "getAbstractOrigin() failed" : "getSpecification() failed");
         break;
     }
     case DW_AT_decl_file:
     case DW_AT_call_file: {
-        putText(out, unit.lineTable.fileName(v.value));
+        out.str(unit.lineTable.fileName(v.value));
         break;
     }
-    case DW_AT_language: fputs(DwarfNames::language(uint32_t(v.value)), out); break;
+    case DW_AT_language: out.str(DwarfNames::language(uint32_t(v.value))); break;
     case DW_AT_ranges: printRanges(out, file, unit, v); break;
     case DW_AT_location:
         if (v.form == DW_FORM_sec_offset) {
-            fputc('\n', out);
+            out.ch('\n');
             if (unit.version <= 4)
                 printLocationList4(out, file.sections(), unit, v.value);
             else
@@ -206,7 +201,7 @@ void printAttribute(FILE* out, DwarfFile& file, DwarfUnit& unit, const DwarfDebu
             printDwarfExpression(out, DwarfCursor(v.bytes(), v.bytes() + v.value, file.sections().bigEndian),
                                  unit.addressSize);
         } else if (v.form == DW_FORM_loclistx) {
-            fputc('\n', out);
+            out.ch('\n');
             printLocationList5(
                 out, file, unit,
                 listOffsetOfIndex(file.sections().loclists, file.sections().bigEndian, unit.loclistsBase, v.value));
@@ -214,13 +209,13 @@ void printAttribute(FILE* out, DwarfFile& file, DwarfUnit& unit, const DwarfDebu
         break;
     default: break;
     }
-    fputc('\n', out);
+    out.ch('\n');
 }
 
 // The entry tree from `root` at depth 1: an entry, then its children one level
 // deeper, then its next sibling. The walk keeps its own stack, so the depth of the
 // tree in the file never reaches the machine's stack.
-void printTree(FILE* out, DwarfFile& file, DwarfUnit& unit, const DwarfDebuggingInformationEntry* root)
+void printTree(TextLine& out, DwarfFile& file, DwarfUnit& unit, const DwarfDebuggingInformationEntry* root)
 {
     struct Item {
         const DwarfDebuggingInformationEntry* entry;
@@ -233,12 +228,12 @@ void printTree(FILE* out, DwarfFile& file, DwarfUnit& unit, const DwarfDebugging
         work.pop_back();
         const DwarfDebuggingInformationEntry* e = item.entry;
         indent.assign(size_t(item.depth) * 2, ' ');
-        fprintf(out, "%s%s (0x%X)\n", indent.c_str(), DwarfNames::tag(e->tag), e->offset);
+        out.str(indent).str(DwarfNames::tag(e->tag)).str(" (0x").hex(e->offset).str(")\n");
         for (uint32_t i = 0; i < e->attributeCount(); ++i) {
-            fputs(indent.c_str(), out);
+            out.str(indent);
             printAttribute(out, file, unit, *e, e->attributeAt(i));
         }
-        fputc('\n', out);
+        out.ch('\n');
         if (e->sibling)
             work.push_back({e->sibling, item.depth});
         if (e->child)
@@ -255,7 +250,7 @@ uint64_t stringIndexBase(const DwarfFile& file)
     return 8;
 }
 
-void printMacros(FILE* out, DwarfFile& file)
+void printMacros(TextLine& out, DwarfFile& file)
 {
     const DwarfSections& s = file.sections();
     DwarfCursor c = s.macro.cursor(s.bigEndian);
@@ -269,10 +264,10 @@ void printMacros(FILE* out, DwarfFile& file)
         const uint64_t start = c.offset();
         const uint16_t version = c.u16();
         const uint8_t flags = c.u8();
-        fprintf(out, "\noffset 0x%llx version 0x%x flags 0x%02x\n", (unsigned long long)start, version, flags);
+        out.str("\noffset 0x").hexLower(start).str(" version 0x").hexLower(version).str(" flags 0x").hexLower(flags, 2).ch('\n');
         const unsigned offsetSize = (flags & 1) ? 8 : 4;
         if (flags & 2)
-            fprintf(out, "debug_line offset 0x%x\n", unsigned(c.fixed(offsetSize)));
+            out.str("debug_line offset 0x").hexLower(uint32_t(c.fixed(offsetSize))).ch('\n');
         if (flags & 4) {
             // A table of the operand forms of vendor opcodes: stepped over.
             const uint8_t count = c.u8();
@@ -289,35 +284,33 @@ void printMacros(FILE* out, DwarfFile& file)
             case 1: case 2: {
                 const uint64_t line = c.uleb();
                 const std::string_view text = c.cstr();
-                fprintf(out, op == 1 ? "DW_MACRO_define lineno %d macro %.*s\n" : "DW_MACRO_undef lineno %d macro %.*s\n",
-                        int(line), int(text.size()), text.data());
+                out.str(op == 1 ? "DW_MACRO_define lineno " : "DW_MACRO_undef lineno ").dec(int(line));
+                out.str(" macro ").str(text).ch('\n');
                 break;
             }
             case 3: {
                 const uint64_t line = c.uleb();
                 const uint64_t fileIndex = c.uleb();
-                fprintf(out, "DW_MACRO_start_file lineno %d file %d\n", int(line), int(fileIndex));
+                out.str("DW_MACRO_start_file lineno ").dec(int(line)).str(" file ").dec(int(fileIndex)).ch('\n');
                 break;
             }
-            case 4: fputs("DW_MACRO_end_file\n", out); break;
+            case 4: out.str("DW_MACRO_end_file\n"); break;
             case 5: case 6: {
                 const uint64_t line = c.uleb();
                 const std::string_view text = s.str.stringAt(c.fixed(offsetSize));
-                fprintf(out, op == 5 ? "DW_MACRO_define_strp lineno %d macro %.*s\n"
-                                     : "DW_MACRO_undef_strp lineno %d macro %.*s\n",
-                        int(line), int(text.size()), text.data());
+                out.str(op == 5 ? "DW_MACRO_define_strp lineno " : "DW_MACRO_undef_strp lineno ").dec(int(line));
+                out.str(" macro ").str(text).ch('\n');
                 break;
             }
-            case 7: fprintf(out, "DW_MACRO_import offset 0x%x\n", unsigned(c.fixed(offsetSize))); break;
+            case 7: out.str("DW_MACRO_import offset 0x").hexLower(uint32_t(c.fixed(offsetSize))).ch('\n'); break;
             // Entries of a supplementary file: not printed, but stepped over.
             case 8: case 9: c.uleb(); c.skip(offsetSize); break;
             case 10: c.skip(offsetSize); break;
             case 11: case 12: {
                 const uint64_t line = c.uleb();
                 const std::string_view text = indexedString(c.uleb());
-                fprintf(out, op == 11 ? "DW_MACRO_define_strx lineno %d macro %.*s\n"
-                                      : "DW_MACRO_undef_strx lineno %d macro %.*s\n",
-                        int(line), int(text.size()), text.data());
+                out.str(op == 11 ? "DW_MACRO_define_strx lineno " : "DW_MACRO_undef_strx lineno ").dec(int(line));
+                out.str(" macro ").str(text).ch('\n');
                 break;
             }
             default:
@@ -329,7 +322,7 @@ void printMacros(FILE* out, DwarfFile& file)
     }
 }
 
-void printMacinfo(FILE* out, const DwarfSections& s)
+void printMacinfo(TextLine& out, const DwarfSections& s)
 {
     DwarfCursor c = s.macinfo.cursor(s.bigEndian);
     while (!c.atEnd()) {
@@ -339,41 +332,47 @@ void printMacinfo(FILE* out, const DwarfSections& s)
         case 1: case 2: {
             const uint64_t line = c.uleb();
             const std::string_view text = c.cstr();
-            fprintf(out, op == 1 ? "DW_MACINFO_define lineno %d macro %.*s\n" : "DW_MACINFO_undef lineno %d macro %.*s\n",
-                    int(line), int(text.size()), text.data());
+            out.str(op == 1 ? "DW_MACINFO_define lineno " : "DW_MACINFO_undef lineno ").dec(int(line));
+            out.str(" macro ").str(text).ch('\n');
             break;
         }
         case 3: {
             const uint64_t line = c.uleb();
             const uint64_t fileIndex = c.uleb();
-            fprintf(out, "DW_MACINFO_start_file lineno %d filenum %d\n", int(line), int(fileIndex));
+            out.str("DW_MACINFO_start_file lineno ").dec(int(line)).str(" filenum ").dec(int(fileIndex)).ch('\n');
             break;
         }
-        case 4: fputs("DW_MACINFO_end_file\n", out); break;
+        case 4: out.str("DW_MACINFO_end_file\n"); break;
         case 0xff: c.uleb(); c.cstr(); break; // vendor extension: a constant and a string
         default: return;
         }
     }
 }
 
-void printNames(FILE* out, const std::vector<DwarfFile::NameEntry>& names)
+void printNames(TextLine& out, const std::vector<DwarfFile::NameEntry>& names)
 {
-    for (const DwarfFile::NameEntry& n : names)
-        fprintf(out, "%.*s cuoffset 0x%x offset 0x%x\n", int(n.name.size()), n.name.data(), unsigned(n.unitOffset),
-                unsigned(n.entryOffset));
+    for (const DwarfFile::NameEntry& n : names) {
+        out.str(n.name).str(" cuoffset 0x").hexLower(uint32_t(n.unitOffset)).str(" offset 0x");
+        out.hexLower(uint32_t(n.entryOffset)).ch('\n');
+    }
 }
 
 } // namespace
 
-void DwarfFile::dump(FILE* out)
+void DwarfFile::dump(FILE* stream)
 {
-    fputs("\nLine\n", out);
-    sourceAddressMap().print(out);
+    {
+        TextLine out(stream);
+        out.str("\nLine\n");
+        out.flush();
+    }
+    sourceAddressMap().print(stream);
 
+    TextLine out(stream);
     // Call frames are printed here once their reader exists.
-    fputs("\nFrame\n", out);
+    out.str("\nFrame\n");
 
-    fputs("\nDebugging Information\n", out);
+    out.str("\nDebugging Information\n");
     for (const auto& unit : units_) {
         if (!unit->hasEntryData())
             continue;
@@ -381,25 +380,25 @@ void DwarfFile::dump(FILE* out)
             printTree(out, *this, *unit, root);
     }
 
-    fputs("\nDebug Types\n", out);
+    out.str("\nDebug Types\n");
     for (const auto& unit : typeUnits_) {
-        fprintf(out, "\nSignature: 0x%lx\n\n", (unsigned long)unit->typeSignature);
+        out.str("\nSignature: 0x").hexLower(unit->typeSignature).str("\n\n");
         if (const DwarfDebuggingInformationEntry* root = unit->hasEntryData() ? unit->root() : nullptr)
             printTree(out, *this, *unit, root);
     }
 
-    fputs("\nPubnames\n", out);
+    out.str("\nPubnames\n");
     printNames(out, pubnames_);
-    fputs("\nPubtypes\n", out);
+    out.str("\nPubtypes\n");
     printNames(out, pubtypes_);
 
-    fputs("\nAranges\n", out);
+    out.str("\nAranges\n");
     for (const AddressRange& r : aranges_)
-        fprintf(out, "cuoffset 0x%x address 0x%lx length %ld\n", unsigned(r.unitOffset), (unsigned long)r.address,
-                long(r.length));
+        out.str("cuoffset 0x").hexLower(uint32_t(r.unitOffset)).str(" address 0x").hexLower(r.address).str(" length ").dec(
+            int64_t(r.length)).ch('\n');
 
-    fputs("\nMacros\n", out);
+    out.str("\nMacros\n");
     printMacros(out, *this);
-    fputs("\nMacinfo\n", out);
+    out.str("\nMacinfo\n");
     printMacinfo(out, sections_);
 }

@@ -1,6 +1,9 @@
 #include "dwarf/expression.h"
 
 #include "dwarf/dwarfnames.h"
+#include "qtx/textline.h"
+
+using QTx::TextLine;
 
 namespace {
 
@@ -41,29 +44,29 @@ bool nameOnly(uint8_t op)
 
 } // namespace
 
-void printDwarfExpression(FILE* out, DwarfCursor c, uint8_t addressSize)
+void printDwarfExpression(TextLine& out, DwarfCursor c, uint8_t addressSize)
 {
     bool firstOp = true;
     while (!c.atEnd()) {
         if (!firstOp)
-            fputs("; ", out);
+            out.str("; ");
         firstOp = false;
         const uint8_t op = c.u8();
         if (op >= DW_OP_lit0 && op <= DW_OP_lit31) {
-            fprintf(out, "DW_OP_lit%u", unsigned(op - DW_OP_lit0));
+            out.str("DW_OP_lit").udec(op - DW_OP_lit0);
             continue;
         }
         if (op >= DW_OP_reg0 && op <= DW_OP_reg31) {
-            fprintf(out, "DW_OP_reg%u", unsigned(op - DW_OP_reg0));
+            out.str("DW_OP_reg").udec(op - DW_OP_reg0);
             continue;
         }
         if (op >= DW_OP_breg0 && op <= DW_OP_breg31) {
             const int64_t offset = c.sleb();
-            fprintf(out, "DW_OP_breg%u: %lld", unsigned(op - DW_OP_breg0), (long long)offset);
+            out.str("DW_OP_breg").udec(op - DW_OP_breg0).str(": ").dec(offset);
             continue;
         }
         if (nameOnly(op)) {
-            fputs(DwarfNames::operation(op), out);
+            out.str(DwarfNames::operation(op));
             // Some of them still have operands to step over.
             switch (op) {
             case DW_OP_xderef_type: c.u8(); c.uleb(); break;
@@ -87,61 +90,61 @@ void printDwarfExpression(FILE* out, DwarfCursor c, uint8_t addressSize)
             continue;
         }
         switch (op) {
-        case DW_OP_addr: fprintf(out, "DW_OP_addr: 0x%lx", (unsigned long)c.fixed(addressSize == 4 ? 4 : 8)); break;
-        case DW_OP_const1u: fprintf(out, "DW_OP_const1u: %u", unsigned(c.u8())); break;
-        case DW_OP_const1s: fprintf(out, "DW_OP_const1s: %d", int(int8_t(c.u8()))); break;
-        case DW_OP_const2u: fprintf(out, "DW_OP_const2u: %u", unsigned(c.u16())); break;
-        case DW_OP_const2s: fprintf(out, "DW_OP_const2s: %d", int(int16_t(c.u16()))); break;
-        case DW_OP_const4u: fprintf(out, "DW_OP_const4u: %u", unsigned(c.u32())); break;
-        case DW_OP_const4s: fprintf(out, "DW_OP_const4s: %d", int(int32_t(c.u32()))); break;
-        case DW_OP_const8u: fprintf(out, "DW_OP_const8u: %lu", (unsigned long)c.u64()); break;
-        case DW_OP_const8s: fprintf(out, "DW_OP_const8s: %ld", long(int64_t(c.u64()))); break;
-        case DW_OP_constu: fprintf(out, "DW_OP_constu: %llu", (unsigned long long)c.uleb()); break;
-        case DW_OP_consts: fprintf(out, "DW_OP_consts: %lld", (long long)c.sleb()); break;
-        case DW_OP_pick: fprintf(out, "DW_OP_pick: %u", unsigned(c.u8())); break;
-        case DW_OP_plus_uconst: fprintf(out, "DW_OP_plus_uconst: %llu", (unsigned long long)c.uleb()); break;
-        case DW_OP_bra: fprintf(out, "DW_OP_bra: %d", int(int16_t(c.u16()))); break;
-        case DW_OP_skip: fprintf(out, "DW_OP_skip: %u", unsigned(c.u16())); break;
-        case DW_OP_regx: fprintf(out, "DW_OP_regx: %llu", (unsigned long long)c.uleb()); break;
-        case DW_OP_fbreg: fprintf(out, "DW_OP_fbreg: %lld", (long long)c.sleb()); break;
+        case DW_OP_addr: out.str("DW_OP_addr: 0x").hexLower(c.fixed(addressSize == 4 ? 4 : 8)); break;
+        case DW_OP_const1u: out.str("DW_OP_const1u: ").udec(c.u8()); break;
+        case DW_OP_const1s: out.str("DW_OP_const1s: ").dec(int8_t(c.u8())); break;
+        case DW_OP_const2u: out.str("DW_OP_const2u: ").udec(c.u16()); break;
+        case DW_OP_const2s: out.str("DW_OP_const2s: ").dec(int16_t(c.u16())); break;
+        case DW_OP_const4u: out.str("DW_OP_const4u: ").udec(c.u32()); break;
+        case DW_OP_const4s: out.str("DW_OP_const4s: ").dec(int32_t(c.u32())); break;
+        case DW_OP_const8u: out.str("DW_OP_const8u: ").udec(c.u64()); break;
+        case DW_OP_const8s: out.str("DW_OP_const8s: ").dec(int64_t(c.u64())); break;
+        case DW_OP_constu: out.str("DW_OP_constu: ").udec(c.uleb()); break;
+        case DW_OP_consts: out.str("DW_OP_consts: ").dec(c.sleb()); break;
+        case DW_OP_pick: out.str("DW_OP_pick: ").udec(c.u8()); break;
+        case DW_OP_plus_uconst: out.str("DW_OP_plus_uconst: ").udec(c.uleb()); break;
+        case DW_OP_bra: out.str("DW_OP_bra: ").dec(int16_t(c.u16())); break;
+        case DW_OP_skip: out.str("DW_OP_skip: ").udec(c.u16()); break;
+        case DW_OP_regx: out.str("DW_OP_regx: ").udec(c.uleb()); break;
+        case DW_OP_fbreg: out.str("DW_OP_fbreg: ").dec(c.sleb()); break;
         case DW_OP_bregx: {
             const uint64_t reg = c.uleb();
             const int64_t offset = c.sleb();
-            fprintf(out, "DW_OP_bregx: %ld %lu", long(reg), (unsigned long)offset);
+            out.str("DW_OP_bregx: ").dec(int64_t(reg)).ch(' ').udec(uint64_t(offset));
             break;
         }
-        case DW_OP_piece: fprintf(out, "DW_OP_piece: %llu", (unsigned long long)c.uleb()); break;
-        case DW_OP_deref_size: fprintf(out, "DW_OP_deref_size: %u", unsigned(c.u8())); break;
-        case DW_OP_xderef_size: fprintf(out, "DW_OP_xderef_size: %u", unsigned(c.u8())); break;
-        case DW_OP_call2: fprintf(out, "DW_OP_call2 (0x%x)", unsigned(c.u16())); break;
-        case DW_OP_call4: fprintf(out, "DW_OP_call4 (0x%x)", unsigned(c.u32())); break;
-        case DW_OP_call_ref: fprintf(out, "DW_OP_call_ref (0x%x)", unsigned(c.u32())); break;
+        case DW_OP_piece: out.str("DW_OP_piece: ").udec(c.uleb()); break;
+        case DW_OP_deref_size: out.str("DW_OP_deref_size: ").udec(c.u8()); break;
+        case DW_OP_xderef_size: out.str("DW_OP_xderef_size: ").udec(c.u8()); break;
+        case DW_OP_call2: out.str("DW_OP_call2 (0x").hexLower(c.u16()).ch(')'); break;
+        case DW_OP_call4: out.str("DW_OP_call4 (0x").hexLower(c.u32()).ch(')'); break;
+        case DW_OP_call_ref: out.str("DW_OP_call_ref (0x").hexLower(c.u32()).ch(')'); break;
         case DW_OP_bit_piece: {
             const uint64_t size = c.uleb();
             const uint64_t offset = c.uleb();
-            fprintf(out, "DW_OP_bit_piece: %ld %lu", long(size), (unsigned long)offset);
+            out.str("DW_OP_bit_piece: ").dec(int64_t(size)).ch(' ').udec(offset);
             break;
         }
         case DW_OP_implicit_value: {
             const uint64_t length = c.uleb();
             switch (length) {
-            case 1: fprintf(out, "DW_OP_implicit_value_1: %u", unsigned(c.u8())); break;
-            case 2: fprintf(out, "DW_OP_implicit_value_2: %u", unsigned(c.u16())); break;
-            case 4: fprintf(out, "DW_OP_implicit_value_4: %u", unsigned(c.u32())); break;
-            case 8: fprintf(out, "DW_OP_implicit_value_8: %lu", (unsigned long)c.u64()); break;
+            case 1: out.str("DW_OP_implicit_value_1: ").udec(c.u8()); break;
+            case 2: out.str("DW_OP_implicit_value_2: ").udec(c.u16()); break;
+            case 4: out.str("DW_OP_implicit_value_4: ").udec(c.u32()); break;
+            case 8: out.str("DW_OP_implicit_value_8: ").udec(c.u64()); break;
             default:
-                fprintf(out, "DW_OP_implicit_value_%d", int(length));
+                out.str("DW_OP_implicit_value_").dec(int(length));
                 c.skip(length);
                 break;
             }
             break;
         }
-        case DW_OP_addrx: fprintf(out, "DW_OP_addrx %d", int(c.uleb())); break;
-        case DW_OP_constx: fprintf(out, "DW_OP_constx %d", int(c.uleb())); break;
+        case DW_OP_addrx: out.str("DW_OP_addrx ").dec(int(c.uleb())); break;
+        case DW_OP_constx: out.str("DW_OP_constx ").dec(int(c.uleb())); break;
         case DW_OP_entry_value: case DW_OP_GNU_entry_value: {
             // The operand is a nested expression of that many bytes: its length is printed.
             const uint64_t length = c.uleb();
-            fprintf(out, "DW_OP_entry_value: %llu", (unsigned long long)length);
+            out.str("DW_OP_entry_value: ").udec(length);
             c.skip(length);
             break;
         }
@@ -149,12 +152,12 @@ void printDwarfExpression(FILE* out, DwarfCursor c, uint8_t addressSize)
             const unsigned type = unsigned(c.uleb());
             const unsigned size = c.u8();
             switch (size) {
-            case 1: fprintf(out, "DW_OP_const_type_1 %u: %u", type, unsigned(c.u8())); break;
-            case 2: fprintf(out, "DW_OP_const_type_2 %u: %u", type, unsigned(c.u16())); break;
-            case 4: fprintf(out, "DW_OP_const_type_4 %u: %u", type, unsigned(c.u32())); break;
-            case 8: fprintf(out, "DW_OP_const_type_8 %u: %llu", type, (unsigned long long)c.u64()); break;
+            case 1: out.str("DW_OP_const_type_1 ").udec(type).str(": ").udec(c.u8()); break;
+            case 2: out.str("DW_OP_const_type_2 ").udec(type).str(": ").udec(c.u16()); break;
+            case 4: out.str("DW_OP_const_type_4 ").udec(type).str(": ").udec(c.u32()); break;
+            case 8: out.str("DW_OP_const_type_8 ").udec(type).str(": ").udec(c.u64()); break;
             default:
-                fprintf(out, "DW_OP_const_type_%u %u ??", size, type);
+                out.str("DW_OP_const_type_").udec(size).ch(' ').udec(type).str(" ??");
                 c.skip(size);
                 break;
             }
@@ -163,27 +166,33 @@ void printDwarfExpression(FILE* out, DwarfCursor c, uint8_t addressSize)
         case DW_OP_regval_type: case DW_OP_GNU_regval_type: {
             const uint64_t reg = c.uleb();
             const uint64_t type = c.uleb();
-            fprintf(out, "DW_OP_regval_type: %llu %llu", (unsigned long long)reg, (unsigned long long)type);
+            out.str("DW_OP_regval_type: ").udec(reg).ch(' ').udec(type);
             break;
         }
         case DW_OP_deref_type: case DW_OP_GNU_deref_type:
             c.u8();
             c.uleb();
-            fputs("DW_OP_deref_type", out);
+            out.str("DW_OP_deref_type");
             break;
         case DW_OP_convert: case DW_OP_GNU_convert:
-            fprintf(out, "DW_OP_convert: %llu", (unsigned long long)c.uleb());
+            out.str("DW_OP_convert: ").udec(c.uleb());
             break;
         case DW_OP_GNU_implicit_pointer: {
             const unsigned target = c.u32();
             const int64_t offset = c.sleb();
-            fprintf(out, "DW_OP_GNU_implicit_pointer: (0x%x) %ld", target, long(offset));
+            out.str("DW_OP_GNU_implicit_pointer: (0x").hexLower(target).str(") ").dec(offset);
             break;
         }
         default:
             // Without a known operand size the rest of the expression cannot be read.
-            fprintf(out, "unsupported opcode %d\n", int(op));
+            out.str("unsupported opcode ").dec(op).ch('\n');
             return;
         }
     }
+}
+
+void printDwarfExpression(FILE* out, DwarfCursor expression, uint8_t addressSize)
+{
+    TextLine line(out);
+    printDwarfExpression(line, expression, addressSize);
 }

@@ -1,5 +1,7 @@
 #include "dwarf/sourceaddressmap.h"
 
+#include "qtx/textline.h"
+
 #include <algorithm>
 
 void SourceAddressMap::add(std::string_view file, int32_t line, uint64_t address)
@@ -52,15 +54,16 @@ std::optional<SourceAddressMap::Match> SourceAddressMap::lookup(uint64_t address
     return std::nullopt;
 }
 
-void SourceAddressMap::print(FILE* out) const
+void SourceAddressMap::print(FILE* stream) const
 {
-    fputs("Addresses:\n", out);
+    QTx::TextLine out(stream);
+    out.str("Addresses:\n");
     for (const AddressEntry& e : addresses())
-        fprintf(out, "0x%lx %d %s\n", (unsigned long)e.address, e.line, files_[e.file].name.c_str());
-    fputs("Sources:\n", out);
+        out.str("0x").hexLower(e.address).ch(' ').dec(e.line).ch(' ').str(files_[e.file].name).ch('\n');
+    out.str("Sources:\n");
     for (const SourceFile& f : files_) {
-        fprintf(out, "File: %s\n", f.name.c_str());
+        out.str("File: ").str(f.name).ch('\n');
         for (const LineEntry& l : f.lines)
-            fprintf(out, "Line: %d 0x%lx\n", l.line, (unsigned long)l.address);
+            out.str("Line: ").dec(l.line).str(" 0x").hexLower(l.address).ch('\n');
     }
 }
