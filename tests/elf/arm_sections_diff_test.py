@@ -354,7 +354,7 @@ OUR_OTHER_ENTRY = re.compile(
 
 def parse_readelf_relocs(rep, where, text):
     """-> [(section name, file offset, declared count, [entries])], an entry
-    being (offset, info, symbol name or None)."""
+    being (offset, info, symbol name or None, type text)."""
     out, cur = [], None
     for line in text.split("\n"):
         m = RE_RELSEC.match(line)
@@ -375,7 +375,8 @@ def parse_readelf_relocs(rep, where, text):
             continue
         offset, info, rest = int(m.group(1), 16), int(m.group(2), 16), m.group(3)
         s = RE_REL_SYMBOL.match(rest)
-        cur.append((offset, info, s.group(3) if s else None))
+        cur.append((offset, info, s.group(3) if s else None,
+                    (s.group(1) if s else rest).strip()))
     return out
 
 
@@ -457,12 +458,14 @@ def compare_relocations(rep, where, ours_text, readelf_text, elf):
             rep.counts["relocations"] += 1
             w = "%s[%d]" % (w0, k)
             o_off, o_type, o_tname, o_value, o_tail = o
-            t_off, t_info, t_name = t
+            t_off, t_info, t_name, t_tname = t
             rep.check(w, "offset", int(o_off, 16), t_off)
             rtype, symidx = t_info & 0xFF, t_info >> 8
             rep.check(w, "type", int(o_type, 16), rtype)
             want_tname = ARM_RELOC_NAMES.get(rtype, "")
-            if not want_tname:
+            if want_tname:
+                rep.check(w, "readelf's name for the type", t_tname, want_tname)
+            else:
                 rep.deliberate["rel-unnamed-type"] += 1
             rep.check(w, "type name", o_tname, want_tname)
             rep.deliberate["rel-value-is-index"] += 1
