@@ -14,8 +14,9 @@ struct ToolResult {
 };
 
 // Runs the tool in-process with the given arguments (program name excluded),
-// capturing what it writes to standard output and standard error.
-inline ToolResult runTool(const std::vector<std::string>& args)
+// capturing what it writes to standard error and, unless `discardOutput`, to
+// standard output (a deep DWARF tree prints gigabytes of indentation).
+inline ToolResult runTool(const std::vector<std::string>& args, bool discardOutput = false)
 {
     QStringList arguments{QStringLiteral("elfdwarfdump")};
     for (const std::string& a : args)
@@ -23,13 +24,14 @@ inline ToolResult runTool(const std::vector<std::string>& args)
     char* outBuf = nullptr;
     char* errBuf = nullptr;
     size_t outLen = 0, errLen = 0;
-    FILE* out = open_memstream(&outBuf, &outLen);
+    FILE* out = discardOutput ? fopen("/dev/null", "w") : open_memstream(&outBuf, &outLen);
     FILE* err = open_memstream(&errBuf, &errLen);
     ToolResult r;
     r.status = runElfDwarfDump(arguments, out, err);
     fclose(out);
     fclose(err);
-    r.out.assign(outBuf, outLen);
+    if (outBuf)
+        r.out.assign(outBuf, outLen);
     r.err.assign(errBuf, errLen);
     free(outBuf);
     free(errBuf);
