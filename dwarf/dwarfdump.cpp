@@ -2,6 +2,7 @@
 // address ranges and macros, each under its heading.
 #include <vector>
 
+#include "dwarf/callframe.h"
 #include "dwarf/dwarffile.h"
 #include "dwarf/dwarfnames.h"
 #include "dwarf/expression.h"
@@ -369,8 +370,14 @@ void DwarfFile::dump(FILE* stream)
     sourceAddressMap().print(stream);
 
     TextLine out(stream);
-    // Call frames are printed here once their reader exists.
     out.str("\nFrame\n");
+    // .debug_frame only: .eh_frame is runtime unwind data, which -unwind prints.
+    FrameSection frame;
+    frame.data = sections_.frame.data;
+    frame.size = sections_.frame.size;
+    frame.bigEndian = sections_.bigEndian;
+    frame.addressSize = sections_.elf64 ? 8 : 4;
+    printCallFrames(out, frame);
 
     out.str("\nDebugging Information\n");
     for (const auto& unit : units_) {

@@ -26,6 +26,11 @@ struct DwarfAttributeValue {
                                             : std::string_view();
     }
     const uint8_t* bytes() const { return static_cast<const uint8_t*>(data); }
+    // A DW_FORM_implicit_const attribute reads as 0 (the form is not supported as a
+    // value); its constant, kept in the abbreviation table, is here for the readers
+    // that interpret types, such as the register map.
+    bool hasImplicitConstant() const { return form == 0x21 && data; }
+    int64_t implicitConstant() const { return hasImplicitConstant() ? *static_cast<const int64_t*>(data) : 0; }
 };
 
 // One debugging information entry, in a first-child/next-sibling tree that its unit owns.

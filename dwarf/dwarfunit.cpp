@@ -118,7 +118,7 @@ DwarfDebuggingInformationEntry* DwarfUnit::newEntry(uint32_t tag)
     return e;
 }
 
-void DwarfUnit::readAttribute(DwarfCursor& c, uint32_t attribute, uint32_t form, int64_t implicitConst,
+void DwarfUnit::readAttribute(DwarfCursor& c, uint32_t attribute, uint32_t form, const int64_t* implicitConst,
                               DwarfAttributeValue& v)
 {
     using C = DwarfAttributeValue;
@@ -178,8 +178,10 @@ void DwarfUnit::readAttribute(DwarfCursor& c, uint32_t attribute, uint32_t form,
     case DW_FORM_strp_sup: file_->report("%d unhandled DW_FORM_strp_sup\n", form); c.skip(4); break;
     case DW_FORM_data16: file_->report("%d unhandled DW_FORM_data16\n", form); c.skip(16); break;
     case DW_FORM_implicit_const:
-        (void)implicitConst;
+        // Listed as unsupported with the value 0, as the dump has always shown it; the
+        // constant stays reachable for readers that need the real number.
         file_->report("%d unhandled DW_FORM_implicit_const\n", form);
+        v.data = implicitConst;
         break;
     case DW_FORM_ref_sup8: file_->report("%d unhandled DW_FORM_ref_sup8\n", form); c.skip(8); break;
     default:
@@ -261,7 +263,7 @@ void DwarfUnit::readEntries()
         for (uint32_t i = 0; i < a->specCount; ++i) {
             const DwarfAbbreviationTable::Spec& spec = abbreviations_.spec(*a, i);
             attributes_.emplace_back();
-            readAttribute(c, spec.attribute, spec.form, spec.implicitConst, attributes_.back());
+            readAttribute(c, spec.attribute, spec.form, &spec.implicitConst, attributes_.back());
         }
         if (first) {
             // The root entry carries the bases that its own indexed attributes need, and

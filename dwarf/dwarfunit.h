@@ -54,7 +54,7 @@ public:
 private:
     void readEntries();
     DwarfDebuggingInformationEntry* newEntry(uint32_t tag);
-    void readAttribute(DwarfCursor& c, uint32_t attribute, uint32_t form, int64_t implicitConst,
+    void readAttribute(DwarfCursor& c, uint32_t attribute, uint32_t form, const int64_t* implicitConst,
                        DwarfAttributeValue& v);
     void resolveIndexes(DwarfAttributeValue& v);
 

@@ -49,7 +49,10 @@ TEST(TruncationSweep, EveryListingSurvivesEveryCut)
             TempFile cut(std::vector<uint8_t>(bytes.begin(), bytes.begin() + n));
             const ToolResult r = runTool({"-header", "-programs", "-program-data", "-sections", "-section-data",
                                           "-symbols", "-symbols-sorted", "-ltosymbols", "-demangle", "-relocations",
-                                          "-ARMAttributes", "-stack-sizes", "-dwarf", cut.path()},
+                                          "-ARMAttributes", "-stack-sizes", "-dwarf", "-flm", "-stldr", "-unwind",
+                                          "-dwarf-frame",
+                                          "-memory-usage", "FLASH,0x08000000,0x100000,RAM,0x20000000,0x20000",
+                                          cut.path()},
                                          true);
             // Comparing with itself and patching in place read every part the listings skip.
             const ToolResult cmp = runTool({"-cmp", cut.path(), cut.path()}, true);

@@ -1,9 +1,13 @@
+#include "dwarf/callframe.h"
 #include "dwarf/dwarffile.h"
 #include "elf/elffile.h"
 #include "elf/elflistings.h"
 #include "tools/elfdwarfdump/compare.h"
 #include "tools/elfdwarfdump/dwarfdumpargparse.h"
+#include "tools/elfdwarfdump/flashloader.h"
+#include "tools/elfdwarfdump/memoryusage.h"
 #include "tools/elfdwarfdump/modify.h"
+#include "tools/elfdwarfdump/registermap.h"
 #include "tools/elfdwarfdump/run.h"
 
 int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FILE* out, FILE* err)
@@ -50,12 +54,19 @@ int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FI
     if (args.armAttributes)
         printArmAttributes(file, out);
 
-    // Flash-loader descriptions come here as they are added.
+    if (args.flm)
+        printFlashAlgorithm(file, out);
+
+    if (args.stldr)
+        printExternalLoader(file, out);
 
     if (args.relocations)
         printRelocations(file, out, err);
 
-    // The register map comes here as it is added.
+    if (args.memoryMap) {
+        fflush(out);
+        printRegisterMap(file, out);
+    }
 
     if (args.ltoSymbols)
         printLtoSymbols(file, out);
@@ -63,7 +74,15 @@ int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FI
     if (args.stackSizes)
         printStackSizes(file, out);
 
-    // Unwind tables, call frames and memory usage come here as they are added.
+    if (args.unwind)
+        printUnwindTables(file, out);
+
+    if (args.dwarfFrame)
+        printDebugFrame(file, out);
+
+    // Last of all: a region list that cannot be read ends the run with status 1.
+    if (!args.memoryUsage.isEmpty() && !printMemoryUsage(file, args.memoryUsage, out, err))
+        return 1;
 
     return 0;
 }
