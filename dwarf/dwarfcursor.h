@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 // The one reader of DWARF bytes. Every read is bounded by the end of the data it
 // walks: a fixed-size read that would pass the end yields 0 and leaves the cursor at
@@ -133,4 +134,7 @@ struct DwarfSections {
         rnglists, addr, frame, ehFrame, macro, macinfo, types, names;
     bool bigEndian = false;
     bool elf64 = false; // the ELF class: addresses in line programs follow it
+    // Objects carry one .debug_types and one .debug_macro section per comdat group or
+    // per contribution: all of them, in header order (the first is also above).
+    std::vector<DwarfSection> allTypes, allMacro;
 };

@@ -251,10 +251,10 @@ uint64_t stringIndexBase(const DwarfFile& file)
     return 8;
 }
 
-void printMacros(TextLine& out, DwarfFile& file)
+void printMacros(TextLine& out, DwarfFile& file, const DwarfSection& section)
 {
     const DwarfSections& s = file.sections();
-    DwarfCursor c = s.macro.cursor(s.bigEndian);
+    DwarfCursor c = section.cursor(s.bigEndian);
     const uint64_t strBase = stringIndexBase(file);
     auto indexedString = [&](uint64_t index) {
         DwarfCursor o = s.strOffsets.cursor(s.bigEndian);
@@ -390,6 +390,7 @@ void DwarfFile::dump(FILE* stream)
     out.str("\nDebug Types\n");
     for (const auto& unit : typeUnits_) {
         out.str("\nSignature: 0x").hexLower(unit->typeSignature).str("\n\n");
+        ensureLineTable(*unit);
         if (const DwarfDebuggingInformationEntry* root = unit->hasEntryData() ? unit->root() : nullptr)
             printTree(out, *this, *unit, root);
     }
@@ -405,7 +406,8 @@ void DwarfFile::dump(FILE* stream)
             int64_t(r.length)).ch('\n');
 
     out.str("\nMacros\n");
-    printMacros(out, *this);
+    for (const DwarfSection& macro : sections_.allMacro)
+        printMacros(out, *this, macro);
     out.str("\nMacinfo\n");
     printMacinfo(out, sections_);
 }

@@ -41,10 +41,17 @@ void DwarfFile::open(const ElfFile& elf, bool ignoreAranges, bool skipFrames)
             w.section->size = s->dataSize;
         }
     }
+    for (int i = 0; i < elf.sectionCount(); ++i) {
+        const ElfSection* s = elf.sectionAt(i);
+        if (!s->data || (s->name != ".debug_types" && s->name != ".debug_macro"))
+            continue;
+        (s->name == ".debug_types" ? sections_.allTypes : sections_.allMacro).push_back({s->data, s->dataSize});
+    }
     readNameTable(sections_.pubnames, pubnames_);
     readNameTable(sections_.pubtypes, pubtypes_);
     readAranges();
-    readUnits(sections_.types, true);
+    for (const DwarfSection& types : sections_.allTypes)
+        readUnits(types, true);
     readUnits(sections_.info, false);
 }
 
@@ -162,6 +169,28 @@ const SourceAddressMap& DwarfFile::sourceAddressMap()
         runLineProgram(sections_, info, 0, executable_, *this, map_, unit->lineTable);
     }
     return map_;
+}
+
+void DwarfFile::ensureLineTable(DwarfUnit& unit)
+{
+    if (unit.linesRead)
+        return;
+    unit.linesRead = true;
+    const DwarfDebuggingInformationEntry* root = unit.root();
+    const DwarfAttributeValue* stmtList = root ? root->findAttribute(0x10) : nullptr;
+    if (!stmtList)
+        return;
+    LineProgramUnit info;
+    info.stmtList = stmtList->value;
+    if (const DwarfAttributeValue* dir = root->findAttribute(0x1b))
+        info.compDir = dir->text();
+    info.strOffsetsBase = unit.strOffsetsBase;
+    info.unitVersion = unit.version;
+    info.addressSize = unit.addressSize;
+    // A type unit shares its compile unit's line program: only its file table is
+    // wanted, so the rows go to a map of their own and are dropped.
+    SourceAddressMap scratch;
+    runLineProgram(sections_, info, 0, executable_, *this, scratch, unit.lineTable);
 }
 
 void MyDwarfFile::report(const char* format, ...)

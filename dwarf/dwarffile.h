@@ -52,6 +52,9 @@ public:
     // Runs the line programs of all units (once) and returns the map they fill.
     const SourceAddressMap& sourceAddressMap();
 
+    // The file table of a unit's line program, for units whose program the map does not run.
+    void ensureLineTable(DwarfUnit& unit);
+
     // The whole -dwarf text.
     void dump(FILE* out);
 

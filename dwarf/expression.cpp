@@ -72,6 +72,7 @@ void printDwarfExpression(TextLine& out, DwarfCursor c, uint8_t addressSize)
             case DW_OP_xderef_type: c.u8(); c.uleb(); break;
             case DW_OP_GNU_parameter_ref: c.u32(); break;
             case DW_OP_GNU_addr_index: case DW_OP_GNU_const_index: c.uleb(); break;
+            case DW_OP_reinterpret: case DW_OP_GNU_reinterpret: c.uleb(); break; // the type
             case DW_OP_GNU_encoded_addr: {
                 // An encoding byte, then an address in that encoding.
                 const uint8_t encoding = c.u8();

@@ -50,7 +50,7 @@ TEST(TruncationSweep, EveryListingSurvivesEveryCut)
             const ToolResult r = runTool({"-header", "-programs", "-program-data", "-sections", "-section-data",
                                           "-symbols", "-symbols-sorted", "-ltosymbols", "-demangle", "-relocations",
                                           "-ARMAttributes", "-stack-sizes", "-dwarf", "-flm", "-stldr", "-unwind",
-                                          "-dwarf-frame",
+                                          "-dwarf-frame", "-mm",
                                           "-memory-usage", "FLASH,0x08000000,0x100000,RAM,0x20000000,0x20000",
                                           cut.path()},
                                          true);
