@@ -62,9 +62,41 @@ void ArArchive::readIndex(const uint8_t* data, uint64_t size, bool wide)
         names = stop + 1;
     }
     // Equal names (a weak symbol defined in two members) keep archive order.
-    sortByName(
-        index_.begin(), index_.end(), [](const IndexEntry& e) { return e.name; },
-        [](const IndexEntry& a, const IndexEntry& b) { return a.memberOffset < b.memberOffset; });
+    auto byOffset = [](const IndexEntry& a, const IndexEntry& b) { return a.memberOffset < b.memberOffset; };
+    const bool plain = std::none_of(index_.begin(), index_.end(),
+                                    [](const IndexEntry& e) { return mayOrderDifferentlyInUtf16(e.name); });
+    if (!plain) {
+        sortByName(index_.begin(), index_.end(), [](const IndexEntry& e) { return e.name; }, byOffset);
+        return;
+    }
+    // A library's index holds thousands of names: their first eight bytes, as one
+    // big-endian number, settle most comparisons without touching the names again.
+    struct Keyed {
+        uint64_t prefix;
+        const IndexEntry* entry;
+    };
+    std::vector<Keyed> keyed;
+    keyed.reserve(index_.size());
+    for (const IndexEntry& e : index_) {
+        uint8_t bytes[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+        memcpy(bytes, e.name.data(), std::min<size_t>(8, e.name.size()));
+        keyed.push_back({ElfBytes::u64(bytes, true), &e});
+    }
+    std::sort(keyed.begin(), keyed.end(), [&](const Keyed& a, const Keyed& b) {
+        if (a.prefix != b.prefix)
+            return a.prefix < b.prefix;
+        // Equal prefixes: names hold no NUL, so both are at least eight bytes long or equal.
+        const std::string_view na = a.entry->name, nb = b.entry->name;
+        const int c = na.size() > 8 || nb.size() > 8 ? na.substr(std::min<size_t>(8, na.size())).compare(
+                                                           nb.substr(std::min<size_t>(8, nb.size())))
+                                                     : 0;
+        return c != 0 ? c < 0 : byOffset(*a.entry, *b.entry);
+    });
+    std::vector<IndexEntry> sorted;
+    sorted.reserve(index_.size());
+    for (const Keyed& k : keyed)
+        sorted.push_back(*k.entry);
+    index_.swap(sorted);
 }
 
 bool ArArchive::parse(const uint8_t* image, uint64_t size, std::string* error)

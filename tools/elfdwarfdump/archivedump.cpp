@@ -1,12 +1,40 @@
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include "elf/ararchive.h"
 #include "elf/elffile.h"
 #include "tools/elfdwarfdump/dwarfdumpargparse.h"
 #include "tools/elfdwarfdump/run.h"
 #include "qtx/textline.h"
 
-int dumpArchive(const DwarfDumpArgParse& args, const uint8_t* image, uint64_t size, const QString& path,
-                FILE* out, FILE* err)
+namespace {
+
+// Drops the pages wholly inside [begin, begin + size) from the process; a mapped file
+// reads them back from the page cache if they are touched again.
+void releasePages(const uint8_t* begin, uint64_t size)
 {
+    const uintptr_t page = uintptr_t(sysconf(_SC_PAGESIZE));
+    const uintptr_t first = (uintptr_t(begin) + page - 1) & ~(page - 1);
+    const uintptr_t last = (uintptr_t(begin) + size) & ~(page - 1);
+    if (last > first)
+        madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
+}
+
+} // namespace
+
+int dumpArchive(const DwarfDumpArgParse& args, const uint8_t* image, uint64_t size, const QString& path,
+                FILE* out, FILE* err, bool mapped)
+{
+    constexpr uint64_t releaseStep = uint64_t(1) << 20;
+    uint64_t released = 0;
+    // Pages of members already dumped are handed back a megabyte at a time. (Those the
+    // walk over the member headers touched are kept: the dump needs them next.)
+    auto releaseUpTo = [&](uint64_t done) {
+        if (mapped && done - released >= releaseStep) {
+            releasePages(image + released, done - released);
+            released = done;
+        }
+    };
     ArArchive archive;
     std::string error;
     if (!archive.parse(image, size, &error)) {
@@ -35,6 +63,8 @@ int dumpArchive(const DwarfDumpArgParse& args, const uint8_t* image, uint64_t si
         }
         if (status != 0)
             return status;
+        // Everything before the end of this member is done with, the index included.
+        releaseUpTo(uint64_t(m.data - image) + m.size);
     }
     return 0;
 }

@@ -140,7 +140,7 @@ int runElfDwarfDump(const QStringList& arguments, FILE* standardOutput, FILE* st
 
     int status;
     if (ArArchive::isArchive(input.data, input.size)) {
-        status = dumpArchive(args, input.data, input.size, args.elfFile, out, standardError);
+        status = dumpArchive(args, input.data, input.size, args.elfFile, out, standardError, input.mapping != nullptr);
     } else {
         ElfFile file(args.demangle);
         try {
