@@ -28,6 +28,14 @@ uint64_t listOffsetOfIndex(const DwarfSection& section, bool be, uint64_t base, 
     return base + c.u32();
 }
 
+// An address of the unit's .debug_addr table, by index.
+uint64_t addressAtIndex(const DwarfSections& s, const DwarfUnit& unit, uint64_t index)
+{
+    DwarfCursor a = s.addr.cursor(s.bigEndian);
+    a.seek(unit.addrBase + index * unit.addressSize);
+    return a.fixed(unit.addressSize);
+}
+
 void printRanges(TextLine& out, DwarfFile& file, const DwarfUnit& unit, const DwarfAttributeValue& v)
 {
     const DwarfSections& s = file.sections();
@@ -48,11 +56,7 @@ void printRanges(TextLine& out, DwarfFile& file, const DwarfUnit& unit, const Dw
         v.form == DW_FORM_rnglistx ? listOffsetOfIndex(s.rnglists, be, unit.rnglistsBase, v.value) : v.value;
     DwarfCursor c = s.rnglists.cursor(be);
     c.seek(offset);
-    auto indexed = [&](uint64_t index) {
-        DwarfCursor a = s.addr.cursor(be);
-        a.seek(unit.addrBase + index * unit.addressSize);
-        return a.fixed(unit.addressSize);
-    };
+    auto indexed = [&](uint64_t index) { return addressAtIndex(s, unit, index); };
     uint64_t base = 0;
     while (!c.atEnd()) {
         const uint8_t kind = c.u8();
@@ -107,11 +111,7 @@ void printLocationList5(TextLine& out, DwarfFile& file, const DwarfUnit& unit, u
     const bool be = s.bigEndian;
     DwarfCursor c = s.loclists.cursor(be);
     c.seek(offset);
-    auto indexed = [&](uint64_t index) {
-        DwarfCursor a = s.addr.cursor(be);
-        a.seek(unit.addrBase + index * unit.addressSize);
-        return a.fixed(unit.addressSize);
-    };
+    auto indexed = [&](uint64_t index) { return addressAtIndex(s, unit, index); };
     uint64_t base = 0;
     while (!c.atEnd()) {
         const uint8_t kind = c.u8();

@@ -12,7 +12,7 @@
 //     record of the chain (0 ends it);
 //   padding, then the type table, whose entry N (TType encoding) ends N entries
 //     before the end of the table;
-//   after the type table, the exception specifications: lists of ULEB128 type
+//   after the type table, the lists of allowed exceptions (throw lists): lists of ULEB128 type
 //     indexes ending with 0, the one of filter -N starting N - 1 bytes in.
 // Neither the action records nor the type table say how many they are. The action
 // table is taken to end after the last record that any call site's chain reaches,
@@ -150,7 +150,7 @@ uint64_t ExceptionTableReader::printArea(TextLine& out, uint64_t offset)
         return 0;
     // The records in table order; the filters say how much of the other tables is used.
     int64_t types = 0;
-    std::vector<uint64_t> specifications;
+    std::vector<uint64_t> throwLists;
     for (DwarfCursor a = at(callSitesEnd, actionsEnd); !a.atEnd();) {
         const int64_t filter = a.sleb();
         a.sleb();
@@ -158,19 +158,19 @@ uint64_t ExceptionTableReader::printArea(TextLine& out, uint64_t offset)
         if (filter > 0)
             types = std::max(types, filter);
         else if (filter < 0)
-            specifications.push_back(uint64_t(-(filter + 1)));
+            throwLists.push_back(uint64_t(-(filter + 1)));
     }
     uint64_t end = std::max(actionsEnd, typesEnd);
     if (!hasTypes)
         return end;
 
-    // The exception specifications: their lists run from the end of the type table to
+    // The lists of allowed exceptions (throw lists): their lists run from the end of the type table to
     // the terminator of the list that starts last.
     uint64_t lastList = 0;
-    for (uint64_t s : specifications)
+    for (uint64_t s : throwLists)
         lastList = std::max(lastList, s);
-    uint64_t specificationsEnd = typesEnd;
-    if (!specifications.empty()) {
+    uint64_t throwListsEnd = typesEnd;
+    if (!throwLists.empty()) {
         if (lastList >= size - typesEnd)
             return 0;
         DwarfCursor l = at(typesEnd, size);
@@ -180,7 +180,7 @@ uint64_t ExceptionTableReader::printArea(TextLine& out, uint64_t offset)
             if (index == 0 && l.offset() > typesEnd + lastList)
                 break;
         }
-        specificationsEnd = l.offset();
+        throwListsEnd = l.offset();
     }
 
     // Type entries are found by counting back from the end, so they need a fixed size.
@@ -197,11 +197,11 @@ uint64_t ExceptionTableReader::printArea(TextLine& out, uint64_t offset)
             out.str("type info 0x").hexLower(uint32_t(PE::read(t, typeEncoding, s_.addressSize, bases_))).ch('\n');
         }
     }
-    for (DwarfCursor l = at(typesEnd, specificationsEnd); !l.atEnd();) {
+    for (DwarfCursor l = at(typesEnd, throwListsEnd); !l.atEnd();) {
         if (const uint64_t index = l.uleb())
             out.str("type index 0x").hexLower(uint32_t(index)).ch('\n');
     }
-    end = std::max(end, specificationsEnd);
+    end = std::max(end, throwListsEnd);
     return fits ? end : 0;
 }
 

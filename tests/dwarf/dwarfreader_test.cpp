@@ -1,27 +1,18 @@
 #include <gtest/gtest.h>
 
+#include "tests/lib/capture.h"
+
 #include <cstdlib>
 
 #include "dwarf/dwarfcursor.h"
 #include "dwarf/dwarffile.h"
 #include "dwarf/expression.h"
 #include "elf/elffile.h"
+#include "tests/lib/bytes.h"
 #include "tests/lib/elfbuilder.h"
 
 namespace {
 
-template <typename F>
-std::string capture(F fill)
-{
-    char* buf = nullptr;
-    size_t len = 0;
-    FILE* f = open_memstream(&buf, &len);
-    fill(f);
-    fclose(f);
-    std::string s(buf, len);
-    free(buf);
-    return s;
-}
 
 // A DWARF reader whose reports are kept for the test.
 class RecordingDwarfFile : public DwarfFile {
@@ -38,52 +29,6 @@ public:
     }
 };
 
-// Bytes in a chosen byte order.
-struct Bytes {
-    std::vector<uint8_t> b;
-    bool be = false;
-    Bytes& u8(uint64_t v) { b.push_back(uint8_t(v)); return *this; }
-    Bytes& n(uint64_t v, int size)
-    {
-        for (int i = 0; i < size; ++i)
-            b.push_back(uint8_t(v >> (be ? 8 * (size - 1 - i) : 8 * i)));
-        return *this;
-    }
-    Bytes& u16(uint64_t v) { return n(v, 2); }
-    Bytes& u32(uint64_t v) { return n(v, 4); }
-    Bytes& u64(uint64_t v) { return n(v, 8); }
-    Bytes& uleb(uint64_t v)
-    {
-        do {
-            uint8_t byte = v & 0x7F;
-            v >>= 7;
-            b.push_back(byte | (v ? 0x80 : 0));
-        } while (v);
-        return *this;
-    }
-    Bytes& sleb(int64_t v)
-    {
-        bool more = true;
-        while (more) {
-            uint8_t byte = v & 0x7F;
-            v >>= 7;
-            more = !((v == 0 && !(byte & 0x40)) || (v == -1 && (byte & 0x40)));
-            b.push_back(byte | (more ? 0x80 : 0));
-        }
-        return *this;
-    }
-    Bytes& str(const std::string& s)
-    {
-        b.insert(b.end(), s.begin(), s.end());
-        b.push_back(0);
-        return *this;
-    }
-    Bytes& raw(const std::vector<uint8_t>& v)
-    {
-        b.insert(b.end(), v.begin(), v.end());
-        return *this;
-    }
-};
 
 struct Loaded {
     std::vector<uint8_t> image;

@@ -14,6 +14,7 @@
 #include "elf/ararchive.h"
 #include "elf/elffile.h"
 #include "elf/hexception.h"
+#include "tests/lib/bytes.h"
 #include "tests/lib/elfbuilder.h"
 
 namespace {
@@ -38,51 +39,6 @@ constexpr uint8_t lit(int n) { return uint8_t(lit0 + n); }
 constexpr uint8_t reg(int n) { return uint8_t(reg0 + n); }
 constexpr uint8_t breg(int n) { return uint8_t(breg0 + n); }
 
-// Bytes in a chosen byte order.
-struct Bytes {
-    std::vector<uint8_t> b;
-    bool be = false;
-    Bytes& u8(uint64_t v) { b.push_back(uint8_t(v)); return *this; }
-    Bytes& n(uint64_t v, int size)
-    {
-        for (int i = 0; i < size; ++i)
-            b.push_back(uint8_t(v >> (be ? 8 * (size - 1 - i) : 8 * i)));
-        return *this;
-    }
-    Bytes& u16(uint64_t v) { return n(v, 2); }
-    Bytes& u32(uint64_t v) { return n(v, 4); }
-    Bytes& uleb(uint64_t v)
-    {
-        do {
-            uint8_t byte = v & 0x7F;
-            v >>= 7;
-            b.push_back(byte | (v ? 0x80 : 0));
-        } while (v);
-        return *this;
-    }
-    Bytes& sleb(int64_t v)
-    {
-        bool more = true;
-        while (more) {
-            uint8_t byte = v & 0x7F;
-            v >>= 7;
-            more = !((v == 0 && !(byte & 0x40)) || (v == -1 && (byte & 0x40)));
-            b.push_back(byte | (more ? 0x80 : 0));
-        }
-        return *this;
-    }
-    Bytes& str(const std::string& s)
-    {
-        b.insert(b.end(), s.begin(), s.end());
-        b.push_back(0);
-        return *this;
-    }
-    Bytes& raw(const std::vector<uint8_t>& v)
-    {
-        b.insert(b.end(), v.begin(), v.end());
-        return *this;
-    }
-};
 
 // Expected entries.
 DwarfStackEntry P(uint64_t v)

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "tests/lib/capture.h"
+
 #include <cstdlib>
 
 #include "elf/armattributes.h"
@@ -9,18 +11,6 @@
 
 namespace {
 
-template <typename F>
-std::string capture(F fill)
-{
-    char* buf = nullptr;
-    size_t len = 0;
-    FILE* f = open_memstream(&buf, &len);
-    fill(f);
-    fclose(f);
-    std::string s(buf, len);
-    free(buf);
-    return s;
-}
 
 // Attribute sections written byte by byte from the build-attributes layout:
 // 'A', then subsections of (length, vendor, then (scope tag, length, attributes)*).

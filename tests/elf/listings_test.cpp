@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "tests/lib/capture.h"
+
 #include <cstdlib>
 #include <memory>
 
@@ -10,18 +12,6 @@
 
 namespace {
 
-template <typename F>
-std::string capture(F fill)
-{
-    char* buf = nullptr;
-    size_t len = 0;
-    FILE* f = open_memstream(&buf, &len);
-    fill(f);
-    fclose(f);
-    std::string s(buf, len);
-    free(buf);
-    return s;
-}
 
 struct Loaded {
     std::vector<uint8_t> image;
