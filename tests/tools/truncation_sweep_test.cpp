@@ -30,7 +30,7 @@ std::vector<std::string> filesIn(const std::string& dir)
 TEST(TruncationSweep, EveryListingSurvivesEveryCut)
 {
     std::vector<std::string> files = filesIn(fixtures + "elf/");
-    for (const char* dir : {"malformed/", "tool/", "dwarf/"}) {
+    for (const char* dir : {"malformed/", "tool/", "dwarf/", "disasm/"}) {
         const std::vector<std::string> more = filesIn(fixtures + dir);
         files.insert(files.end(), more.begin(), more.end());
     }
@@ -50,7 +50,7 @@ TEST(TruncationSweep, EveryListingSurvivesEveryCut)
             const ToolResult r = runTool({"-header", "-programs", "-program-data", "-sections", "-section-data",
                                           "-symbols", "-symbols-sorted", "-ltosymbols", "-demangle", "-relocations",
                                           "-ARMAttributes", "-stack-sizes", "-dwarf", "-flm", "-stldr", "-unwind",
-                                          "-dwarf-frame", "-mm",
+                                          "-dwarf-frame", "-mm", "-disassemble",
                                           "-memory-usage", "FLASH,0x08000000,0x100000,RAM,0x20000000,0x20000",
                                           cut.path()},
                                          true);

@@ -1,3 +1,4 @@
+#include "disasm/armdisassembler.h"
 #include "dwarf/callframe.h"
 #include "dwarf/dwarffile.h"
 #include "elf/elffile.h"
@@ -37,7 +38,10 @@ int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FI
         dwarf.dump(out);
     }
 
-    // The disassembly comes here as it is added.
+    if (args.disassemble && file.e_machine == ElfEm::EM_ARM) {
+        fflush(out);
+        disassembleForMachine(out, file, args.arch);
+    }
 
     if (comparing) {
         // A second file that cannot be read ends the run like the first one would.

@@ -1,0 +1,127 @@
+#include "disasm/armdecoder.h"
+
+using ArmBits::bit;
+using ArmBits::bits;
+using ArmBits::signExtend;
+
+bool ARMInstructionSetDecoder::decode(bool arm, uint32_t at, uint32_t instruction, char* text, int32_t size)
+{
+    isArm = arm;
+    address = at;
+    cursor = text;
+    space = size;
+    condition = -1;
+    armCall = false;
+    thumbCall = false;
+    target = 0;
+    instructionStart = (!arm && pendingPrefix) ? at - 2 : at;
+    if (arm) {
+        pendingPrefix = false;
+        decodeArm(instruction);
+    } else {
+        decodeThumb(instruction & 0xFFFF);
+    }
+    if (space > 0 && cursor)
+        *cursor = '\0';
+    return isArm ? false : pendingPrefix;
+}
+
+void ARMInstructionSetDecoder::decodeArm(uint32_t)
+{
+    // The A32 families are not decoded yet: every word reads as undefined.
+    emitUndefined();
+}
+
+void ARMInstructionSetDecoder::decodeThumb(uint32_t half)
+{
+    if (pendingPrefix) {
+        pendingPrefix = false;
+        decodeThumb32(prefixHalf, half);
+        return;
+    }
+    // Bits 15..11 of 0b11101, 0b11110 and 0b11111 open a 32-bit instruction: the
+    // second halfword completes it.
+    const uint32_t top = bits(half, 15, 11);
+    if (top == 0x1D || top == 0x1E || top == 0x1F) {
+        pendingPrefix = true;
+        prefixHalf = half;
+        return;
+    }
+    decodeThumb16(half);
+}
+
+void ARMInstructionSetDecoder::decodeThumb32(uint32_t first, uint32_t second)
+{
+    // Only BL and BLX (immediate) are decoded so far: they are the 32-bit
+    // instructions every Thumb profile has, v6-M code included.
+    const uint32_t start = address - 2; // the second half is decoded at its own address
+    if (bits(first, 15, 11) == 0x1E && bit(second, 15) && bit(second, 14) && bit(second, 12) == 1) {
+        // BL: I1 = NOT(J1 XOR S), I2 = NOT(J2 XOR S); the offset counts halfwords.
+        const uint32_t s = bit(first, 10);
+        const uint32_t i1 = (~(bit(second, 13) ^ s)) & 1;
+        const uint32_t i2 = (~(bit(second, 11) ^ s)) & 1;
+        const uint32_t imm = (s << 24) | (i1 << 23) | (i2 << 22) | (bits(first, 9, 0) << 12) | (bits(second, 10, 0) << 1);
+        target = start + 4 + uint32_t(signExtend(imm, 25));
+        thumbCall = true;
+        emitBranchLink(false, target);
+        return;
+    }
+    if (bits(first, 15, 11) == 0x1E && bit(second, 15) && bit(second, 14) && bit(second, 12) == 0 &&
+        bit(second, 0) == 0 && hasV5()) {
+        // BLX to A32 code: the target is word aligned from the aligned PC.
+        const uint32_t s = bit(first, 10);
+        const uint32_t i1 = (~(bit(second, 13) ^ s)) & 1;
+        const uint32_t i2 = (~(bit(second, 11) ^ s)) & 1;
+        const uint32_t imm = (s << 24) | (i1 << 23) | (i2 << 22) | (bits(first, 9, 0) << 12) | (bits(second, 10, 1) << 2);
+        target = ((start + 4) & ~3u) + uint32_t(signExtend(imm, 25));
+        thumbCall = true;
+        emitBranchLink(true, target);
+        return;
+    }
+    emitUndefined();
+}
+
+// Profile membership of the levels (0 accepts everything).
+bool ARMInstructionSetDecoder::hasThumb2() const
+{
+    switch (architecture) {
+    case ArmLevel::V4T:
+    case ArmLevel::V5TE:
+    case ArmLevel::V6:
+    case ArmLevel::V6M:
+    case ArmLevel::V8MBaseline:
+        return false;
+    default:
+        return true;
+    }
+}
+
+bool ARMInstructionSetDecoder::hasV6() const
+{
+    return architecture == ArmLevel::Any || architecture >= ArmLevel::V6;
+}
+
+bool ARMInstructionSetDecoder::hasV5() const
+{
+    return architecture == ArmLevel::Any || architecture >= ArmLevel::V5TE;
+}
+
+bool ARMInstructionSetDecoder::isMProfile() const
+{
+    switch (architecture) {
+    case ArmLevel::V6M:
+    case ArmLevel::V7M:
+    case ArmLevel::V7EM:
+    case ArmLevel::V8MBaseline:
+    case ArmLevel::V8MMainline:
+    case ArmLevel::V81MMainline:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool ARMInstructionSetDecoder::hasSecurityExtension() const
+{
+    return architecture == ArmLevel::Any || architecture >= ArmLevel::V8MBaseline;
+}

@@ -1,0 +1,147 @@
+#pragma once
+#include <cstdint>
+
+// Field helpers shared by every encoding family: written once so that each decoder
+// reads its fields the way the architecture manual draws them.
+namespace ArmBits {
+// Bits hi..lo of an instruction word, shifted down.
+constexpr uint32_t bits(uint32_t insn, unsigned hi, unsigned lo)
+{
+    return (insn >> lo) & ((hi - lo >= 31) ? 0xFFFFFFFFu : ((1u << (hi - lo + 1)) - 1));
+}
+constexpr uint32_t bit(uint32_t insn, unsigned n) { return (insn >> n) & 1; }
+// Sign-extends the low `width` bits of value.
+constexpr int32_t signExtend(uint32_t value, unsigned width)
+{
+    const uint32_t m = 1u << (width - 1);
+    value &= (width >= 32) ? 0xFFFFFFFFu : ((1u << width) - 1);
+    return int32_t((value ^ m) - m);
+}
+} // namespace ArmBits
+
+// Architecture levels as ARMDisassembler derives them from the -arch text; 0 accepts
+// every encoding.
+namespace ArmLevel {
+enum : uint32_t {
+    Any = 0,
+    V4T = 1,
+    V5TE = 2,
+    V6 = 3,
+    V6T2 = 4,
+    V6M = 5,
+    V7M = 6,
+    V7EM = 7,
+    V7R = 8,
+    V7A = 9,
+    V8A = 10,
+    V8R = 11,
+    V8MBaseline = 12,
+    V8MMainline = 13,
+    V81MMainline = 14,
+};
+}
+
+// Operation codes handed to the emit operations. The decoders pick them from the
+// encoding groups; the printer turns them into mnemonics.
+namespace T16 {
+// Shift by immediate (bits 12..11): lsls, lsrs, asrs.
+enum ShiftOp { Lsl = 0, Lsr = 1, Asr = 2 };
+// Immediate 8-bit group (bits 12..11): movs, cmp, adds, subs.
+enum Imm8Op { Mov = 0, Cmp = 1, Add = 2, Sub = 3 };
+// Special data group (bits 9..8): add, cmp, mov.
+enum SpecialOp { SpAdd = 0, SpCmp = 1, SpMov = 2 };
+// Loads and stores (register offset: bits 11..9; immediate forms mapped on the same codes).
+enum LoadStoreOp { Str = 0, Strh = 1, Strb = 2, Ldrsb = 3, Ldr = 4, Ldrh = 5, Ldrb = 6, Ldrsh = 7 };
+// Extend group (bits 7..6).
+enum ExtendOp { Sxth = 0, Sxtb = 1, Uxth = 2, Uxtb = 3 };
+// Byte reverse group (bits 7..6); 2 is the reserved pattern.
+enum ReverseOp { Rev = 0, Rev16 = 1, RevReserved = 2, Revsh = 3 };
+enum ListOp { Push = 0, Pop = 1, Stm = 2, Ldm = 3 };
+enum ImmOnlyOp { Bkpt = 0, Svc = 1, Udf = 2 };
+// Hints in the order of their opA field.
+enum HintOp { Nop = 0, Yield = 1, Wfe = 2, Wfi = 3, Sev = 4, OtherHint = 5 };
+} // namespace T16
+
+// Decodes A32 and T32 instructions into calls of one emit operation per form. It holds
+// the state that lasts between instructions (the IT block) and the output cursor that
+// the printing subclass appends to; it prints nothing itself.
+class ARMInstructionSetDecoder {
+public:
+    virtual ~ARMInstructionSetDecoder() = default;
+
+    // Decodes one instruction (a T32 halfword, the second half of a 32-bit one when a
+    // prefix is pending, or an A32 word) and writes its text at `text`, at most `size`
+    // bytes including the terminating NUL. Returns true when the halfword was the first
+    // half of a 32-bit Thumb instruction whose second half must come next.
+    bool decode(bool isArm, uint32_t address, uint32_t instruction, char* text, int32_t size);
+
+    void setArchitecture(uint32_t level) { architecture = level; }
+    // A new stretch of code (a section, a mapping symbol) starts outside any IT block.
+    void resetState()
+    {
+        pendingPrefix = false;
+        itState = 0;
+        predicationCount = 0;
+    }
+    uint32_t itStateValue() const { return itState; }
+
+protected:
+    // ---- emit operations: one per instruction form, fields as extracted ----
+    virtual void emitUndefined() = 0;
+    virtual void emitShiftImmediate(int op, int rd, int rm, int imm5) = 0;
+    virtual void emitAddSubtract(bool subtract, bool immediate, int rd, int rn, int rmOrImm3) = 0;
+    virtual void emitImmediate8(int op, int rdn, int imm8) = 0;
+    virtual void emitDataProcessing(int op, int rdn, int rm) = 0;
+    virtual void emitSpecialData(int op, int rdn, int rm) = 0;
+    virtual void emitBranchExchange(bool link, bool nonSecure, int rm) = 0;
+    virtual void emitLiteralLoad(int rt, uint32_t offset, bool add) = 0;
+    virtual void emitLoadStoreRegister(int op, int rt, int rn, int rm) = 0;
+    virtual void emitLoadStoreImmediate(int op, int rt, int rn, uint32_t offset) = 0;
+    virtual void emitAddressOf(bool fromSp, int rd, uint32_t offset) = 0;
+    virtual void emitAdjustSp(bool subtract, uint32_t offset) = 0;
+    virtual void emitExtend(int op, int rd, int rm) = 0;
+    virtual void emitReverse(int op, int rd, int rm) = 0;
+    virtual void emitRegisterList(int op, int rn, uint32_t registers, bool writeback) = 0;
+    virtual void emitImmediateOnly(int op, uint32_t imm) = 0;
+    virtual void emitSetEndian(bool bigEndian) = 0;
+    virtual void emitChangeState(bool disable, int flags) = 0;
+    virtual void emitCompareBranch(bool nonZero, int rn, uint32_t target) = 0;
+    virtual void emitIfThen(int firstCondition, int mask) = 0;
+    virtual void emitHint(int op, int value) = 0;
+    virtual void emitBranch(uint32_t target) = 0;
+    virtual void emitBranchLink(bool exchange, uint32_t target) = 0;
+
+    // ---- decode state ----
+    bool pendingPrefix = false;
+    bool armCall = false;   // the instruction is an A32 BL (R_ARM_CALL)
+    bool thumbCall = false; // the instruction is a Thumb BL/BLX (R_ARM_THM_CALL)
+    uint32_t target = 0;
+    bool isArm = false;
+    char* cursor = nullptr;
+    int32_t space = 0; // remaining bytes, the NUL counted
+    uint32_t address = 0;
+    uint32_t architecture = ArmLevel::Any;
+    int32_t condition = -1; // -1: none
+    uint32_t itState = 0;   // firstcond:mask as the IT instruction leaves it
+    int32_t predicationCount = 0;
+    bool thenFlags[4] = {};
+    uint32_t instructionStart = 0; // where the current instruction begins
+    uint32_t prefixHalf = 0; // the first halfword of a pending 32-bit Thumb instruction
+
+    bool inItBlock() const { return (itState & 0xF) != 0; }
+
+    // Level tests: which encoding groups the chosen architecture has.
+    bool hasThumb2() const;
+    bool hasV6() const;
+    bool hasV5() const;
+    bool isMProfile() const;
+    bool hasSecurityExtension() const;
+
+private:
+    void decodeArm(uint32_t insn);
+    void decodeThumb(uint32_t half);
+    void decodeThumb32(uint32_t first, uint32_t second);
+    // Encoding families (one file each).
+    void decodeThumb16(uint32_t insn);
+    void decodeThumb16Misc(uint32_t insn);
+};

@@ -1,0 +1,99 @@
+#pragma once
+#include <string_view>
+
+#include "disasm/armdecoder.h"
+
+// Turns the decoder's emit operations into unified assembler syntax. Text goes to the
+// caller's buffer: a character is stored only while more than one byte of room is
+// left, so the terminating NUL always fits and overflow is dropped silently.
+class ARMInstructionSetDisassembler : public ARMInstructionSetDecoder {
+public:
+    // Condition names 0..15; "hs"/"lo" are never used so the text matches the assembler's
+    // canonical spelling.
+    static const char* conditionName(int condition);
+
+protected:
+    void emitUndefined() override;
+    void emitShiftImmediate(int op, int rd, int rm, int imm5) override;
+    void emitAddSubtract(bool subtract, bool immediate, int rd, int rn, int rmOrImm3) override;
+    void emitImmediate8(int op, int rdn, int imm8) override;
+    void emitDataProcessing(int op, int rdn, int rm) override;
+    void emitSpecialData(int op, int rdn, int rm) override;
+    void emitBranchExchange(bool link, bool nonSecure, int rm) override;
+    void emitLiteralLoad(int rt, uint32_t offset, bool add) override;
+    void emitLoadStoreRegister(int op, int rt, int rn, int rm) override;
+    void emitLoadStoreImmediate(int op, int rt, int rn, uint32_t offset) override;
+    void emitAddressOf(bool fromSp, int rd, uint32_t offset) override;
+    void emitAdjustSp(bool subtract, uint32_t offset) override;
+    void emitExtend(int op, int rd, int rm) override;
+    void emitReverse(int op, int rd, int rm) override;
+    void emitRegisterList(int op, int rn, uint32_t registers, bool writeback) override;
+    void emitImmediateOnly(int op, uint32_t imm) override;
+    void emitSetEndian(bool bigEndian) override;
+    void emitChangeState(bool disable, int flags) override;
+    void emitCompareBranch(bool nonZero, int rn, uint32_t target) override;
+    void emitIfThen(int firstCondition, int mask) override;
+    void emitHint(int op, int value) override;
+    void emitBranch(uint32_t target) override;
+    void emitBranchLink(bool exchange, uint32_t target) override;
+
+    // ---- hooks for the subclasses ----
+    // The target of a branch; by default "0x" and at least eight hex digits.
+    virtual void printBranchTarget(uint32_t target);
+    // A comment naming the value loaded from `address`; true when something was printed.
+    virtual bool printLiteralAddress(uint32_t address, int size);
+    // PC-relative loads in their bracket form "[pc, #imm]".
+    virtual bool usePcRelativeForm() { return true; }
+    // Option bits 1, 2 and 3 of the subclass's option word.
+    virtual bool option1() { return false; }
+    virtual bool option2() { return false; }
+    virtual bool option3() { return false; }
+
+public:
+    // ---- output helpers (public so tests can pin the formatting rules) ----
+    void put(char c)
+    {
+        if (space > 1) {
+            *cursor++ = c;
+            --space;
+        }
+    }
+    void put(const char* s)
+    {
+        while (*s)
+            put(*s++);
+    }
+    void put(std::string_view s)
+    {
+        for (char c : s)
+            put(c);
+    }
+    // Hexadecimal in whole bytes (an odd digit count gains a leading 0), upper case,
+    // "0x" when prefixed, zero-padded to minDigits.
+    void hex(uint32_t value, int minDigits, bool prefix);
+    // "#" then decimal up to 32, hex above; negative values as "#-" + magnitude.
+    void immediate(int64_t value);
+    // Starts writing into a caller's buffer without decoding (for the tests).
+    void attach(char* text, int32_t size)
+    {
+        cursor = text;
+        space = size;
+    }
+    void finish()
+    {
+        if (space > 0)
+            *cursor = '\0';
+    }
+
+protected:
+    void mnemonic(const char* name);
+    // One instruction of an IT block has been printed: move to the next condition.
+    void advanceItState();
+    void reg(int r);
+    void separator() { put(", "); }
+    void registerList(uint32_t registers);
+    // The flag-setting spelling outside IT blocks, the plain one inside.
+    const char* setFlags(const char* flagSetting, const char* plain) { return inItBlock() ? plain : flagSetting; }
+    // Address of the current instruction (the first half of a 32-bit Thumb instruction).
+    uint32_t instructionAddress() const;
+};

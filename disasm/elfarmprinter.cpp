@@ -1,0 +1,147 @@
+#include "disasm/elfarmprinter.h"
+
+#include <cstdio>
+#include <string>
+
+#include "elf/elffile.h"
+
+void MyARMInstructionSetDisassembler::setFile(const ElfFile* file, const ElfSection* section, bool symbols,
+                                              uint32_t options)
+{
+    file_ = file;
+    section_ = section;
+    symbols_ = symbols;
+    options_ = options;
+    executable_ = file && file->e_type == 2;
+}
+
+namespace {
+uint32_t read32(const uint8_t* p, bool little)
+{
+    return little ? uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24
+                  : uint32_t(p[3]) | uint32_t(p[2]) << 8 | uint32_t(p[1]) << 16 | uint32_t(p[0]) << 24;
+}
+} // namespace
+
+std::string_view MyARMInstructionSetDisassembler::nameFor(uint32_t where, bool fromCall) const
+{
+    if (!file_ || !symbols_)
+        return {};
+    if (executable_) {
+        // Among the symbols at the target (Thumb bit cleared) in an allocated section,
+        // the first function wins, else the last candidate.
+        const ElfSymbol* last = nullptr;
+        const uint32_t wanted = where & ~1u;
+        for (const ElfSymbol* s : file_->definedSymbols()) {
+            if (uint32_t(s->st_value & ~1ull) != wanted)
+                continue;
+            const ElfSection* sec = file_->sectionOfSymbol(s);
+            if (!sec || !(sec->sh_flags & ElfShf::SHF_ALLOC))
+                continue;
+            if (dynamic_cast<const ARMElfSymbol*>(s) && s->type() == ElfSym::STT_FUNC)
+                return s->name;
+            last = s;
+        }
+        return last ? last->name : std::string_view();
+    }
+    if (!fromCall || !section_)
+        return {};
+    // A relocatable object: the call's own relocation names the callee. REL entries
+    // are 8 bytes (offset, info) in the file's byte order.
+    const ElfSection* rel = file_->relocationSectionFor(section_);
+    if (!rel || rel->sh_type != ElfSht::SHT_REL || !rel->data)
+        return {};
+    const bool little = file_->isLittleEndian();
+    const uint32_t wantedType = armCall ? 28 : 10;
+    for (uint64_t at = 0; at + 8 <= rel->dataSize; at += 8) {
+        const uint32_t offset = read32(rel->data + at, little);
+        const uint32_t info = read32(rel->data + at + 4, little);
+        if (offset != where || (info & 0xFF) != wantedType)
+            continue;
+        const ElfSymbol* s = file_->symbolAt(info >> 8);
+        return s ? s->name : std::string_view();
+    }
+    return {};
+}
+
+void MyARMInstructionSetDisassembler::printBranchTarget(uint32_t where)
+{
+    if (assemblerSyntax_) {
+        // Assembler text: a relocated call names its symbol; anything else is an
+        // offset from the instruction, which assembles to the same bytes without a
+        // relocation.
+        if (armCall || thumbCall) {
+            if (const std::string_view name = nameFor(instructionAddress(), true); !name.empty()) {
+                put(name);
+                return;
+            }
+        }
+        const int32_t delta = int32_t(where - instructionAddress());
+        put(delta < 0 ? ".-" : ".+");
+        const uint32_t magnitude = delta < 0 ? uint32_t(-int64_t(delta)) : uint32_t(delta);
+        char digits[12];
+        int n = 0;
+        uint32_t v = magnitude;
+        do {
+            digits[n++] = char('0' + v % 10);
+            v /= 10;
+        } while (v);
+        while (n)
+            put(digits[--n]);
+        return;
+    }
+    ARMInstructionSetDisassembler::printBranchTarget(where);
+    // In an object a call's stored offset leads back to the call itself (-4 for
+    // Thumb, -8 for A32, the PC bias), which is where its relocation sits.
+    const std::string_view name = executable_ ? nameFor(where, false)
+                                              : ((armCall || thumbCall) ? nameFor(where, true)
+                                                                        : std::string_view());
+    if (!name.empty()) {
+        put(" <");
+        put(name);
+        put('>');
+    }
+}
+
+bool MyARMInstructionSetDisassembler::printLiteralAddress(uint32_t where, int size)
+{
+    if (!file_)
+        return false;
+    const ElfSection* holder = nullptr;
+    for (int i = 0; i < file_->sectionCount(); ++i) {
+        const ElfSection* s = file_->sectionAt(i);
+        if (s && s->data && (s->sh_flags & ElfShf::SHF_ALLOC) && where >= s->sh_addr &&
+            uint64_t(where) + uint64_t(size) <= s->sh_addr + s->dataSize) {
+            holder = s;
+            break;
+        }
+    }
+    if (!holder)
+        return false;
+    if (!(options_ & OptionPcRelative))
+        return false;
+    const bool little = file_->isLittleEndian();
+    const uint8_t* p = holder->data + (where - holder->sh_addr);
+    char buf[64];
+    snprintf(buf, sizeof buf, " ; [0x%08X]=", where);
+    put(buf);
+    if (size == 8) {
+        const uint32_t a = read32(p, little), b = read32(p + 4, little);
+        snprintf(buf, sizeof buf, "0x%08X%08X", little ? b : a, little ? a : b);
+        put(buf);
+    } else if (size == 2) {
+        const uint32_t v = little ? (p[0] | p[1] << 8) : (p[1] | p[0] << 8);
+        snprintf(buf, sizeof buf, "0x%04X", v);
+        put(buf);
+    } else {
+        const uint32_t v = read32(p, little);
+        snprintf(buf, sizeof buf, "0x%08X", v);
+        put(buf);
+        if (const std::string_view name = nameFor(v, false); !name.empty() && executable_) {
+            put(" <");
+            put(name);
+            put('>');
+        }
+    }
+    return true;
+}
