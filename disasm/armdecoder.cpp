@@ -26,12 +26,6 @@ bool ARMInstructionSetDecoder::decode(bool arm, uint32_t at, uint32_t instructio
     return isArm ? false : pendingPrefix;
 }
 
-void ARMInstructionSetDecoder::decodeArm(uint32_t)
-{
-    // The A32 families are not decoded yet: every word reads as undefined.
-    emitUndefined();
-}
-
 void ARMInstructionSetDecoder::decodeThumb(uint32_t half)
 {
     if (pendingPrefix) {

@@ -17,6 +17,23 @@ constexpr int32_t signExtend(uint32_t value, unsigned width)
     value &= (width >= 32) ? 0xFFFFFFFFu : ((1u << width) - 1);
     return int32_t((value ^ m) - m);
 }
+// The A32 modified immediate: imm8 rotated right by twice bits 11..8.
+constexpr uint32_t expandImmediate(uint32_t imm12)
+{
+    const uint32_t imm8 = imm12 & 0xFF;
+    const unsigned rotation = ((imm12 >> 8) & 15) * 2;
+    return rotation ? (imm8 >> rotation) | (imm8 << (32 - rotation)) : imm8;
+}
+// True when imm12 uses the smallest rotation that holds its value, the one the
+// assembler picks for "#value".
+constexpr bool smallestRotation(uint32_t imm12)
+{
+    const uint32_t value = expandImmediate(imm12);
+    unsigned smallest = 0;
+    while (smallest < 32 && ((value << smallest) | (smallest ? value >> (32 - smallest) : 0)) > 0xFF)
+        smallest += 2;
+    return smallest == ((imm12 >> 8) & 15) * 2;
+}
 } // namespace ArmBits
 
 // Architecture levels as ARMDisassembler derives them from the -arch text; 0 accepts
@@ -61,6 +78,25 @@ enum ImmOnlyOp { Bkpt = 0, Svc = 1, Udf = 2 };
 // Hints in the order of their opA field.
 enum HintOp { Nop = 0, Yield = 1, Wfe = 2, Wfi = 3, Sev = 4, OtherHint = 5 };
 } // namespace T16
+
+namespace A32 {
+// Data-processing opcode (bits 24..21).
+enum DataOp { And = 0, Eor, Sub, Rsb, Add, Adc, Sbc, Rsc, Tst, Teq, Cmp, Cmn, Orr, Mov, Bic, Mvn };
+// Shift type (bits 6..5).
+enum ShiftType { Lsl = 0, Lsr = 1, Asr = 2, Ror = 3 };
+// Multiply opcode (bits 23..21).
+enum MultiplyOp { Mul = 0, Mla, Umaal, Mls, Umull, Umlal, Smull, Smlal };
+// Extra loads and stores: bits 6..5 with L (bit 20) as bit 0 of the code.
+enum ExtraOp { Strh = 2, Ldrh = 3, Ldrd = 4, Ldrsb = 5, Strd = 6, Ldrsh = 7 };
+// Block transfer addressing (P:U, bits 24..23).
+enum BlockMode { Da = 0, Ia = 1, Db = 2, Ib = 3 };
+// Bit-field group (bits 22..21).
+enum BitFieldOp { Sbfx = 1, Bfi = 2, Ubfx = 3, Bfc = 4 };
+// Barriers (bits 7..4 less 4).
+enum BarrierOp { Dsb = 0, Dmb = 1, Isb = 2 };
+// Exclusive transfers (bits 22..21).
+enum ExclusiveOp { Word = 0, Doubleword = 1, Byte = 2, Halfword = 3 };
+} // namespace A32
 
 // Decodes A32 and T32 instructions into calls of one emit operation per form. It holds
 // the state that lasts between instructions (the IT block) and the output cursor that
@@ -110,6 +146,32 @@ protected:
     virtual void emitHint(int op, int value) = 0;
     virtual void emitBranch(uint32_t target) = 0;
     virtual void emitBranchLink(bool exchange, uint32_t target) = 0;
+    // A32 forms.
+    virtual void emitBranchJazelle(int rm) = 0;
+    virtual void emitDataImmediate(int op, bool setFlags, int rd, int rn, uint32_t imm12) = 0;
+    virtual void emitDataRegister(int op, bool setFlags, int rd, int rn, int rm, int type, int imm5) = 0;
+    virtual void emitDataShiftedRegister(int op, bool setFlags, int rd, int rn, int rm, int type, int rs) = 0;
+    virtual void emitMultiply(int op, bool setFlags, int rd, int rn, int rm, int ra) = 0;
+    virtual void emitWordByteImmediate(bool load, bool byte, int rt, int rn, uint32_t imm12, bool index, bool add,
+                                       bool writeback) = 0;
+    virtual void emitWordByteRegister(bool load, bool byte, int rt, int rn, int rm, int type, int imm5, bool index,
+                                      bool add, bool writeback) = 0;
+    virtual void emitCountLeadingZeros(int rd, int rm) = 0;
+    virtual void emitExtraLoadStore(int op, int rt, int rn, bool immediate, uint32_t imm8OrRm, bool index, bool add,
+                                    bool writeback) = 0;
+    virtual void emitBlockTransfer(bool load, int mode, int rn, uint32_t registers, bool writeback) = 0;
+    virtual void emitMoveWide(bool top, int rd, uint32_t imm16) = 0;
+    // op: bits 22..20 of the extend group; rn 15 when nothing is added.
+    virtual void emitExtendRotate(int op, int rd, int rn, int rm, int rotation) = 0;
+    virtual void emitBitField(int op, int rd, int rn, int lsb, int width) = 0;
+    virtual void emitSaturate(bool isUnsigned, int rd, int saturateTo, int rn, bool arithmeticShift, int imm5) = 0;
+    virtual void emitBarrier(int op, int option) = 0;
+    virtual void emitExclusive(bool load, int op, int rd, int rt, int rn) = 0;
+    virtual void emitSwap(bool byte, int rt, int rt2, int rn) = 0;
+    virtual void emitStatusRead(bool saved, int rd) = 0;
+    virtual void emitStatusWrite(bool saved, int mask, int rn) = 0;
+    virtual void emitStatusWriteImmediate(bool saved, int mask, uint32_t imm12) = 0;
+    virtual void emitPreload(int rn, uint32_t imm12, bool add) = 0;
 
     // ---- decode state ----
     bool pendingPrefix = false;
@@ -144,4 +206,10 @@ private:
     // Encoding families (one file each).
     void decodeThumb16(uint32_t insn);
     void decodeThumb16Misc(uint32_t insn);
+    void decodeArmDataMisc(uint32_t insn);
+    void decodeArmMisc(uint32_t insn);
+    void decodeArmLoadStore(uint32_t insn);
+    void decodeArmExtraLoadStore(uint32_t insn);
+    void decodeArmMedia(uint32_t insn);
+    void decodeArmUnconditional(uint32_t insn);
 };

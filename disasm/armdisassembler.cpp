@@ -338,8 +338,13 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
                         line.str("\t.thumb_func\n");
                     if (s->type() == 2)
                         print("\t.type %s, function\n", name.c_str());
-                } else if (thumbFunction) {
-                    line.str("\t.thumb_func\n");
+                } else {
+                    if (thumbFunction)
+                        line.str("\t.thumb_func\n");
+                    // A local function keeps its type: the assembler then relocates
+                    // words naming it against the function itself, not its section.
+                    if (s->type() == 2)
+                        print("\t.type %s, function\n", name.c_str());
                 }
                 print("%s:\n", name.c_str());
             }

@@ -38,8 +38,9 @@ public:
     //    way (ADDS/SUBS Rd, Rd, #imm3), are written raw with ".inst.n"/".inst.w"/".inst";
     //  - an alignment of 0 is written as ".balign 1";
     //  - global symbols get ".global" (and ".thumb_func", ".type ..., function" for
-    //    functions), local ones only their label (".thumb_func" too for a Thumb
-    //    function, so calls to it stay Thumb);
+    //    functions), local ones their label (".thumb_func" too for a Thumb
+    //    function, so calls to it stay Thumb, and ".type ..., function" for any
+    //    function, so words naming it stay relocated against it);
     //  - other allocated sections are "aw" when writable, else "a"; %nobits ones are
     //    written with ".space"; special types (the unwind index) are left out, the
     //    assembler makes them from the code's own directives.

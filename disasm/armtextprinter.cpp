@@ -197,8 +197,9 @@ void ARMInstructionSetDisassembler::emitLiteralLoad(int rt, uint32_t offset, boo
     put(' ');
     reg(rt);
     separator();
-    // The literal sits at Align(PC, 4) +/- offset, PC being the instruction address + 4.
-    const uint32_t base = (instructionAddress() + 4) & ~3u;
+    // The literal sits at Align(PC, 4) +/- offset, PC being the instruction address + 4
+    // in Thumb state and + 8 (always aligned) in ARM state.
+    const uint32_t base = isArm ? instructionAddress() + 8 : (instructionAddress() + 4) & ~3u;
     const uint32_t literal = add ? base + offset : base - offset;
     auto bracket = [&] {
         put("[pc, #");
@@ -391,4 +392,438 @@ void ARMInstructionSetDisassembler::emitBranchLink(bool exchange, uint32_t where
     mnemonic(exchange ? "blx" : "bl");
     put(' ');
     printBranchTarget(where);
+}
+
+// ---- A32 forms ----
+
+namespace {
+const char* const kDataNames[16] = {"and", "eor", "sub", "rsb", "add", "adc", "sbc", "rsc",
+                                    "tst", "teq", "cmp", "cmn", "orr", "mov", "bic", "mvn"};
+const char* const kDataFlagNames[16] = {"ands", "eors", "subs", "rsbs", "adds", "adcs", "sbcs", "rscs",
+                                        "tst",  "teq",  "cmp",  "cmn",  "orrs", "movs", "bics", "mvns"};
+const char* const kShiftNames[4] = {"lsl", "lsr", "asr", "ror"};
+const char* const kShiftFlagNames[4] = {"lsls", "lsrs", "asrs", "rors"};
+} // namespace
+
+void ARMInstructionSetDisassembler::signedOffset(bool add, uint32_t magnitude)
+{
+    if (add) {
+        immediate(magnitude);
+        return;
+    }
+    put("#-");
+    // The magnitude as immediate() writes it, without its "#".
+    char digits[16];
+    if (magnitude <= 32) {
+        int n = 0;
+        uint32_t v = magnitude;
+        do {
+            digits[n++] = char('0' + v % 10);
+            v /= 10;
+        } while (v);
+        while (n)
+            put(digits[--n]);
+    } else {
+        hex(magnitude, 0, true);
+    }
+}
+
+void ARMInstructionSetDisassembler::wordByteMnemonic(bool load, bool byte, bool unprivileged)
+{
+    // Post-indexed with writeback requested is the unprivileged access ("t").
+    static const char* const names[8] = {"str", "strb", "ldr", "ldrb", "strt", "strbt", "ldrt", "ldrbt"};
+    mnemonic(names[(unprivileged ? 4 : 0) | (load ? 2 : 0) | (byte ? 1 : 0)]);
+}
+
+void ARMInstructionSetDisassembler::shiftByImmediate(int type, int imm5)
+{
+    if (type == A32::Lsl && imm5 == 0)
+        return;
+    if (type == A32::Ror && imm5 == 0) { // ROR #0 is the one-bit rotate through carry
+        put(", rrx");
+        return;
+    }
+    separator();
+    put(kShiftNames[type]);
+    put(' ');
+    // LSR and ASR encode a shift of 32 as 0.
+    immediate(imm5 == 0 ? 32 : imm5);
+}
+
+void ARMInstructionSetDisassembler::dataPrefix(int op, bool setFlags, int rd, int rn)
+{
+    mnemonic(setFlags ? kDataFlagNames[op] : kDataNames[op]);
+    put(' ');
+    if (op >= A32::Tst && op <= A32::Cmn) {
+        reg(rn);
+        separator();
+        return;
+    }
+    reg(rd);
+    separator();
+    if (op != A32::Mov && op != A32::Mvn) {
+        reg(rn);
+        separator();
+    }
+}
+
+void ARMInstructionSetDisassembler::emitBranchJazelle(int rm)
+{
+    mnemonic("bxj");
+    put(' ');
+    reg(rm);
+}
+
+void ARMInstructionSetDisassembler::emitDataImmediate(int op, bool setFlags, int rd, int rn, uint32_t imm12)
+{
+    const uint32_t imm8 = imm12 & 0xFF;
+    const unsigned rotation = (imm12 >> 8) * 2;
+    const uint32_t value = ArmBits::expandImmediate(imm12);
+    dataPrefix(op, setFlags, rd, rn);
+    // The assembler picks the smallest rotation that holds the value; any other
+    // rotation is written out so the same encoding comes back.
+    if (!ArmBits::smallestRotation(imm12)) {
+        immediate(imm8);
+        separator();
+        char digits[4];
+        int n = 0;
+        unsigned v = rotation;
+        do {
+            digits[n++] = char('0' + v % 10);
+            v /= 10;
+        } while (v);
+        while (n)
+            put(digits[--n]);
+        return;
+    }
+    immediate(value);
+}
+
+void ARMInstructionSetDisassembler::emitDataRegister(int op, bool setFlags, int rd, int rn, int rm, int type, int imm5)
+{
+    if (op == A32::Mov && !(type == A32::Lsl && imm5 == 0)) {
+        // A shifted move is written as the shift itself.
+        if (type == A32::Ror && imm5 == 0) {
+            mnemonic(setFlags ? "rrxs" : "rrx");
+            put(' ');
+            reg(rd);
+            separator();
+            reg(rm);
+            return;
+        }
+        mnemonic(setFlags ? kShiftFlagNames[type] : kShiftNames[type]);
+        put(' ');
+        reg(rd);
+        separator();
+        reg(rm);
+        separator();
+        immediate(imm5 == 0 ? 32 : imm5);
+        return;
+    }
+    dataPrefix(op, setFlags, rd, rn);
+    reg(rm);
+    shiftByImmediate(type, imm5);
+}
+
+void ARMInstructionSetDisassembler::emitDataShiftedRegister(int op, bool setFlags, int rd, int rn, int rm, int type,
+                                                           int rs)
+{
+    if (op == A32::Mov) {
+        mnemonic(setFlags ? kShiftFlagNames[type] : kShiftNames[type]);
+        put(' ');
+        reg(rd);
+        separator();
+        reg(rm);
+        separator();
+        reg(rs);
+        return;
+    }
+    dataPrefix(op, setFlags, rd, rn);
+    reg(rm);
+    separator();
+    put(kShiftNames[type]);
+    put(' ');
+    reg(rs);
+}
+
+void ARMInstructionSetDisassembler::emitMultiply(int op, bool setFlags, int rd, int rn, int rm, int ra)
+{
+    static const char* const names[8] = {"mul", "mla", "umaal", "mls", "umull", "umlal", "smull", "smlal"};
+    static const char* const flagNames[8] = {"muls", "mlas", "umaal", "mls", "umulls", "umlals", "smulls", "smlals"};
+    mnemonic(setFlags ? flagNames[op] : names[op]);
+    put(' ');
+    if (op == A32::Umaal || op >= A32::Umull) { // RdLo, RdHi, Rn, Rm
+        reg(ra);
+        separator();
+        reg(rd);
+        separator();
+        reg(rn);
+        separator();
+        reg(rm);
+        return;
+    }
+    reg(rd);
+    separator();
+    reg(rn);
+    separator();
+    reg(rm);
+    if (op != A32::Mul) {
+        separator();
+        reg(ra);
+    }
+}
+
+void ARMInstructionSetDisassembler::emitWordByteImmediate(bool load, bool byte, int rt, int rn, uint32_t imm12,
+                                                          bool index, bool add, bool writeback)
+{
+    // One register pushed or popped is written as PUSH/POP, which the assembler
+    // turns back into this STR/LDR.
+    if (rn == 13 && !byte && imm12 == 4 && (load ? (!index && add) : (index && !add && writeback))) {
+        mnemonic(load ? "pop" : "push");
+        put(" {");
+        reg(rt);
+        put('}');
+        return;
+    }
+    wordByteMnemonic(load, byte, !index && writeback);
+    put(' ');
+    reg(rt);
+    put(", [");
+    reg(rn);
+    if (!index) {
+        put("], ");
+        signedOffset(add, imm12);
+        return;
+    }
+    // A zero offset added is left out unless written back; subtracted it stays ("#-0").
+    if (imm12 != 0 || !add || writeback) {
+        separator();
+        signedOffset(add, imm12);
+    }
+    put(']');
+    if (writeback)
+        put('!');
+}
+
+void ARMInstructionSetDisassembler::emitWordByteRegister(bool load, bool byte, int rt, int rn, int rm, int type,
+                                                         int imm5, bool index, bool add, bool writeback)
+{
+    wordByteMnemonic(load, byte, !index && writeback);
+    put(' ');
+    reg(rt);
+    put(", [");
+    reg(rn);
+    put(index ? ", " : "], ");
+    if (!add)
+        put('-');
+    reg(rm);
+    shiftByImmediate(type, imm5);
+    if (index) {
+        put(']');
+        if (writeback)
+            put('!');
+    }
+}
+
+void ARMInstructionSetDisassembler::emitCountLeadingZeros(int rd, int rm)
+{
+    mnemonic("clz");
+    put(' ');
+    reg(rd);
+    separator();
+    reg(rm);
+}
+
+void ARMInstructionSetDisassembler::emitExtraLoadStore(int op, int rt, int rn, bool isImmediate, uint32_t imm8OrRm,
+                                                       bool index, bool add, bool writeback)
+{
+    static const char* const names[8] = {"", "", "strh", "ldrh", "ldrd", "ldrsb", "strd", "ldrsh"};
+    mnemonic(names[op]);
+    put(' ');
+    reg(rt);
+    put(", [");
+    reg(rn);
+    if (!index)
+        put(']');
+    if (isImmediate) {
+        if (!index || imm8OrRm != 0 || !add || writeback) {
+            separator();
+            signedOffset(add, imm8OrRm);
+        }
+    } else {
+        separator();
+        if (!add)
+            put('-');
+        reg(int(imm8OrRm));
+    }
+    if (index) {
+        put(']');
+        if (writeback)
+            put('!');
+    }
+}
+
+void ARMInstructionSetDisassembler::emitBlockTransfer(bool load, int mode, int rn, uint32_t registers, bool writeback)
+{
+    static const char* const loads[4] = {"ldmda", "ldm", "ldmdb", "ldmib"};
+    static const char* const stores[4] = {"stmda", "stm", "stmdb", "stmib"};
+    // Objdump spells the written-back ascending store in full.
+    const bool single = (registers & (registers - 1)) == 0;
+    // The stack forms: several registers are PUSH/POP; a single one keeps the
+    // full-descending name, as PUSH/POP of one register assemble to STR/LDR.
+    if (rn == 13 && writeback && ((load && mode == A32::Ia) || (!load && mode == A32::Db))) {
+        if (!single) {
+            mnemonic(load ? "pop" : "push");
+            put(' ');
+            registerList(registers);
+            return;
+        }
+        mnemonic(load ? "ldmfd" : "stmfd");
+    } else if (!load && mode == A32::Ia && writeback) {
+        mnemonic("stmia");
+    } else {
+        mnemonic(load ? loads[mode] : stores[mode]);
+    }
+    put(' ');
+    reg(rn);
+    put(writeback ? "!, " : ", ");
+    registerList(registers);
+}
+
+void ARMInstructionSetDisassembler::emitMoveWide(bool top, int rd, uint32_t imm16)
+{
+    mnemonic(top ? "movt" : "movw");
+    put(' ');
+    reg(rd);
+    separator();
+    immediate(imm16);
+}
+
+void ARMInstructionSetDisassembler::emitExtendRotate(int op, int rd, int rn, int rm, int rotation)
+{
+    static const char* const names[8] = {"sxtb16", "", "sxtb", "sxth", "uxtb16", "", "uxtb", "uxth"};
+    static const char* const adding[8] = {"sxtab16", "", "sxtab", "sxtah", "uxtab16", "", "uxtab", "uxtah"};
+    mnemonic(rn == 15 ? names[op & 7] : adding[op & 7]);
+    put(' ');
+    reg(rd);
+    separator();
+    if (rn != 15) {
+        reg(rn);
+        separator();
+    }
+    reg(rm);
+    if (rotation) {
+        put(", ror ");
+        immediate(rotation);
+    }
+}
+
+void ARMInstructionSetDisassembler::emitBitField(int op, int rd, int rn, int lsb, int width)
+{
+    static const char* const names[5] = {"", "sbfx", "bfi", "ubfx", "bfc"};
+    mnemonic(names[op]);
+    put(' ');
+    reg(rd);
+    separator();
+    if (op != A32::Bfc) {
+        reg(rn);
+        separator();
+    }
+    immediate(lsb);
+    separator();
+    immediate(width);
+}
+
+void ARMInstructionSetDisassembler::emitSaturate(bool isUnsigned, int rd, int saturateTo, int rn, bool arithmeticShift,
+                                                 int imm5)
+{
+    mnemonic(isUnsigned ? "usat" : "ssat");
+    put(' ');
+    reg(rd);
+    separator();
+    immediate(saturateTo);
+    separator();
+    reg(rn);
+    shiftByImmediate(arithmeticShift ? A32::Asr : A32::Lsl, imm5);
+}
+
+void ARMInstructionSetDisassembler::emitBarrier(int op, int option)
+{
+    static const char* const names[3] = {"dsb", "dmb", "isb"};
+    static const char* const options[16] = {"", "", "oshst", "osh", "", "", "nshst", "nsh",
+                                            "", "", "ishst", "ish", "", "", "st", "sy"};
+    put(names[op]);
+    put(' ');
+    put(options[option & 15]);
+}
+
+void ARMInstructionSetDisassembler::emitExclusive(bool load, int op, int rd, int rt, int rn)
+{
+    static const char* const loads[4] = {"ldrex", "ldrexd", "ldrexb", "ldrexh"};
+    static const char* const stores[4] = {"strex", "strexd", "strexb", "strexh"};
+    mnemonic(load ? loads[op] : stores[op]);
+    put(' ');
+    if (!load) {
+        reg(rd);
+        separator();
+    }
+    reg(rt);
+    put(", [");
+    reg(rn);
+    put(']');
+}
+
+void ARMInstructionSetDisassembler::emitStatusRead(bool saved, int rd)
+{
+    mnemonic("mrs");
+    put(' ');
+    reg(rd);
+    put(saved ? ", SPSR" : ", CPSR");
+}
+
+void ARMInstructionSetDisassembler::emitStatusWriteImmediate(bool saved, int mask, uint32_t imm12)
+{
+    emitStatusWrite(saved, mask, -1);
+    immediate(ArmBits::expandImmediate(imm12));
+}
+
+void ARMInstructionSetDisassembler::emitStatusWrite(bool saved, int mask, int rn)
+{
+    mnemonic("msr");
+    put(saved ? " SPSR_" : " CPSR_");
+    // The field letters in the assembler's order: flags, status, extension, control.
+    if (mask & 8)
+        put('f');
+    if (mask & 4)
+        put('s');
+    if (mask & 2)
+        put('x');
+    if (mask & 1)
+        put('c');
+    separator();
+    if (rn >= 0) // the immediate form writes its value after
+        reg(rn);
+}
+
+void ARMInstructionSetDisassembler::emitPreload(int rn, uint32_t imm12, bool add)
+{
+    put("pld [");
+    reg(rn);
+    if (imm12 != 0 || !add) {
+        separator();
+        signedOffset(add, imm12);
+    }
+    put(']');
+}
+
+void ARMInstructionSetDisassembler::emitSwap(bool byte, int rt, int rt2, int rn)
+{
+    mnemonic(byte ? "swpb" : "swp");
+    put(' ');
+    reg(rt);
+    separator();
+    reg(rt2);
+    put(", [");
+    reg(rn);
+    put(']');
 }

@@ -36,6 +36,30 @@ protected:
     void emitHint(int op, int value) override;
     void emitBranch(uint32_t target) override;
     void emitBranchLink(bool exchange, uint32_t target) override;
+    void emitBranchJazelle(int rm) override;
+    void emitDataImmediate(int op, bool setFlags, int rd, int rn, uint32_t imm12) override;
+    void emitDataRegister(int op, bool setFlags, int rd, int rn, int rm, int type, int imm5) override;
+    void emitDataShiftedRegister(int op, bool setFlags, int rd, int rn, int rm, int type, int rs) override;
+    void emitMultiply(int op, bool setFlags, int rd, int rn, int rm, int ra) override;
+    void emitWordByteImmediate(bool load, bool byte, int rt, int rn, uint32_t imm12, bool index, bool add,
+                               bool writeback) override;
+    void emitWordByteRegister(bool load, bool byte, int rt, int rn, int rm, int type, int imm5, bool index, bool add,
+                              bool writeback) override;
+    void emitCountLeadingZeros(int rd, int rm) override;
+    void emitExtraLoadStore(int op, int rt, int rn, bool immediate, uint32_t imm8OrRm, bool index, bool add,
+                            bool writeback) override;
+    void emitBlockTransfer(bool load, int mode, int rn, uint32_t registers, bool writeback) override;
+    void emitMoveWide(bool top, int rd, uint32_t imm16) override;
+    void emitExtendRotate(int op, int rd, int rn, int rm, int rotation) override;
+    void emitBitField(int op, int rd, int rn, int lsb, int width) override;
+    void emitSaturate(bool isUnsigned, int rd, int saturateTo, int rn, bool arithmeticShift, int imm5) override;
+    void emitBarrier(int op, int option) override;
+    void emitExclusive(bool load, int op, int rd, int rt, int rn) override;
+    void emitSwap(bool byte, int rt, int rt2, int rn) override;
+    void emitStatusRead(bool saved, int rd) override;
+    void emitStatusWrite(bool saved, int mask, int rn) override;
+    void emitStatusWriteImmediate(bool saved, int mask, uint32_t imm12) override;
+    void emitPreload(int rn, uint32_t imm12, bool add) override;
 
     // ---- hooks for the subclasses ----
     // The target of a branch; by default "0x" and at least eight hex digits.
@@ -92,6 +116,14 @@ protected:
     void reg(int r);
     void separator() { put(", "); }
     void registerList(uint32_t registers);
+    // "#n" for an unsigned magnitude, "#-n" when subtracted (so "#-0" stays visible).
+    void signedOffset(bool add, uint32_t magnitude);
+    // The mnemonic and destination of an A32 data-processing form, with the
+    // operands before the second one.
+    void dataPrefix(int op, bool setFlags, int rd, int rn);
+    // ", <shift> #n" after a register operand (nothing for LSL #0).
+    void shiftByImmediate(int type, int imm5);
+    void wordByteMnemonic(bool load, bool byte, bool unprivileged);
     // The flag-setting spelling outside IT blocks, the plain one inside.
     const char* setFlags(const char* flagSetting, const char* plain) { return inItBlock() ? plain : flagSetting; }
     // Address of the current instruction (the first half of a 32-bit Thumb instruction).

@@ -4,8 +4,8 @@
 Usage: reassemble_test.py <elfdwarfdump> <source dir>
 
 Besides the fixtures, every member of newlib's ARMv6-M C library (pure 16-bit
-Thumb and BL, when the toolchain has it) must give back the bytes of its code
-sections.
+Thumb and BL, when the toolchain has it) and of its top-level A32 C library must
+give back the bytes of its code sections.
 
 For each fixture, the tool's output (with the " <name>" annotations removed) is fed
 to arm-none-eabi-as, and the contents of every section of the original object are
@@ -26,7 +26,16 @@ FIXTURES = [
     ("tests/fixtures/disasm/mixed-be.o", "armv7-a -mbig-endian"),
     ("tests/fixtures/elf/thumb.o", "armv7-m"),
     ("tests/fixtures/disasm/t16-v6m.o", "armv7-m"),
+    ("tests/fixtures/disasm/a32.o", "armv7-a"),
+    ("tests/fixtures/disasm/a32-v4t.o", "armv7-a"),
+    ("tests/fixtures/disasm/a32-v5te.o", "armv7-a"),
+    ("tests/fixtures/disasm/a32-v6.o", "armv7-a"),
+    ("tests/fixtures/disasm/a32-v8.o", "armv8-a"),
 ]
+
+# The A32 C library (ARMv4T code): every SAMPLE_STEP-th member, sorted by name.
+NEWLIB_A32 = "/usr/lib/arm-none-eabi/newlib/libc.a"
+SAMPLE_STEP = 1
 
 
 def section_bytes(obj, name, workdir):
@@ -57,6 +66,12 @@ def main():
             subprocess.run(["arm-none-eabi-ar", "x", NEWLIB_V6M], cwd=members, check=True)
             for name in sorted(os.listdir(members)):
                 objects.append((os.path.join(members, name), "armv7-m", "code"))
+        if os.path.exists(NEWLIB_A32):
+            members = os.path.join(work, "newlib-a32")
+            os.mkdir(members)
+            subprocess.run(["arm-none-eabi-ar", "x", NEWLIB_A32], cwd=members, check=True)
+            for name in sorted(os.listdir(members))[::SAMPLE_STEP]:
+                objects.append((os.path.join(members, name), "armv7-a", "code"))
         checked = 0
         for path, arch, only in objects:
             fixture = os.path.relpath(path, srcdir) if only is None else os.path.basename(path)
