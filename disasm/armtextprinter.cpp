@@ -205,19 +205,7 @@ void ARMInstructionSetDisassembler::emitLiteralLoad(int rt, uint32_t offset, boo
         put("[pc, #");
         if (!add)
             put('-');
-        if (offset <= 32) {
-            char digits[12];
-            int n = 0;
-            uint32_t v = offset;
-            do {
-                digits[n++] = char('0' + v % 10);
-                v /= 10;
-            } while (v);
-            while (n)
-                put(digits[--n]);
-        } else {
-            hex(offset, 0, true);
-        }
+        immediateNumber(offset);
         put(']');
     };
     if (usePcRelativeForm()) {
@@ -412,20 +400,7 @@ void ARMInstructionSetDisassembler::signedOffset(bool add, uint32_t magnitude)
         return;
     }
     put("#-");
-    // The magnitude as immediate() writes it, without its "#".
-    char digits[16];
-    if (magnitude <= 32) {
-        int n = 0;
-        uint32_t v = magnitude;
-        do {
-            digits[n++] = char('0' + v % 10);
-            v /= 10;
-        } while (v);
-        while (n)
-            put(digits[--n]);
-    } else {
-        hex(magnitude, 0, true);
-    }
+    immediateNumber(magnitude);
 }
 
 void ARMInstructionSetDisassembler::wordByteMnemonic(bool load, bool byte, bool unprivileged)
@@ -485,15 +460,7 @@ void ARMInstructionSetDisassembler::emitDataImmediate(int op, bool setFlags, int
     if (!ArmBits::smallestRotation(imm12)) {
         immediate(imm8);
         separator();
-        char digits[4];
-        int n = 0;
-        unsigned v = rotation;
-        do {
-            digits[n++] = char('0' + v % 10);
-            v /= 10;
-        } while (v);
-        while (n)
-            put(digits[--n]);
+        decimal(rotation);
         return;
     }
     immediate(value);
@@ -826,4 +793,16 @@ void ARMInstructionSetDisassembler::emitSwap(bool byte, int rt, int rt2, int rn)
     put(", [");
     reg(rn);
     put(']');
+}
+
+void ARMInstructionSetDisassembler::decimal(uint64_t value)
+{
+    char digits[20];
+    int n = 0;
+    do {
+        digits[n++] = char('0' + value % 10);
+        value /= 10;
+    } while (value);
+    while (n)
+        put(digits[--n]);
 }

@@ -97,6 +97,16 @@ public:
     void hex(uint32_t value, int minDigits, bool prefix);
     // "#" then decimal up to 32, hex above; negative values as "#-" + magnitude.
     void immediate(int64_t value);
+    // Decimal digits of a number.
+    void decimal(uint64_t value);
+    // An immediate's number without its "#": decimal up to 32, hex above.
+    void immediateNumber(uint32_t value)
+    {
+        if (value <= 32)
+            decimal(value);
+        else
+            hex(value, 0, true);
+    }
     // Starts writing into a caller's buffer without decoding (for the tests).
     void attach(char* text, int32_t size)
     {

@@ -79,15 +79,7 @@ void MyARMInstructionSetDisassembler::printBranchTarget(uint32_t where)
         const int32_t delta = int32_t(where - instructionAddress());
         put(delta < 0 ? ".-" : ".+");
         const uint32_t magnitude = delta < 0 ? uint32_t(-int64_t(delta)) : uint32_t(delta);
-        char digits[12];
-        int n = 0;
-        uint32_t v = magnitude;
-        do {
-            digits[n++] = char('0' + v % 10);
-            v /= 10;
-        } while (v);
-        while (n)
-            put(digits[--n]);
+        decimal(magnitude);
         return;
     }
     ARMInstructionSetDisassembler::printBranchTarget(where);
