@@ -252,6 +252,27 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
         line.str(buf);
     };
     const bool little = file.isLittleEndian();
+    // One unit of data at `offset`: the word a relocation names, else the widest of
+    // word, halfword and byte that fits in what is left. Code sections write their
+    // numbers in upper case, data sections in lower case. Returns the bytes written.
+    auto dataUnit = [&](const std::map<uint64_t, DataRelocation>& relocs, const uint8_t* p, uint64_t offset,
+                        uint64_t left, bool upper) -> uint64_t {
+        auto rel = relocs.find(offset);
+        if (rel != relocs.end() && left >= 4) {
+            print("\t.word %s\n", rel->second.text.c_str());
+            return 4;
+        }
+        if (left >= 4) {
+            print(upper ? "\t.word 0x%08X\n" : "\t.word 0x%08x\n", readFileWord(p, little));
+            return 4;
+        }
+        if (left >= 2) {
+            print(upper ? "\t.short 0x%04X\n" : "\t.short 0x%04x\n", readFileHalf(p, little));
+            return 2;
+        }
+        print(upper ? "\t.byte 0x%02X\n" : "\t.byte 0x%02x\n", unsigned(p[0]));
+        return 1;
+    };
     MyARMInstructionSetDisassembler& d = *decoder_;
     d.setFile(&file, nullptr, true, 0);
     d.setAssemblerSyntax(true);
@@ -355,20 +376,7 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
             const uint64_t left = stretchEnd > offset ? stretchEnd - offset : size - offset;
             const uint8_t* p = sec->data + offset;
             if (mode == Mode::Data) {
-                auto rel = relocs.find(offset);
-                if (rel != relocs.end() && left >= 4) {
-                    print("\t.word %s\n", rel->second.text.c_str());
-                    offset += 4;
-                } else if (left >= 4) {
-                    print("\t.word 0x%08X\n", readFileWord(p, little));
-                    offset += 4;
-                } else if (left >= 2) {
-                    print("\t.short 0x%04X\n", readFileHalf(p, little));
-                    offset += 2;
-                } else {
-                    print("\t.byte 0x%02X\n", unsigned(p[0]));
-                    offset += 1;
-                }
+                offset += dataUnit(relocs, p, offset, left, true);
                 continue;
             }
             char text[256];
@@ -468,21 +476,7 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
                 offset += left;
                 continue;
             }
-            const uint8_t* p = sec->data + offset;
-            auto rel = relocs.find(offset);
-            if (rel != relocs.end() && left >= 4) {
-                print("\t.word %s\n", rel->second.text.c_str());
-                offset += 4;
-            } else if (left >= 4) {
-                print("\t.word 0x%08x\n", readFileWord(p, little));
-                offset += 4;
-            } else if (left >= 2) {
-                print("\t.short 0x%04x\n", readFileHalf(p, little));
-                offset += 2;
-            } else {
-                print("\t.byte 0x%02x\n", unsigned(p[0]));
-                offset += 1;
-            }
+            offset += dataUnit(relocs, sec->data + offset, offset, left, false);
         }
     }
 }

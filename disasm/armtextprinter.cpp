@@ -220,10 +220,12 @@ void ARMInstructionSetDisassembler::emitLiteralLoad(int rt, uint32_t offset, boo
     bracket();
 }
 
+// The 16-bit Thumb loads and stores, by their 3-bit opcode.
+static const char* const thumbLoadStoreNames[8] = {"str", "strh", "strb", "ldrsb", "ldr", "ldrh", "ldrb", "ldrsh"};
+
 void ARMInstructionSetDisassembler::emitLoadStoreRegister(int op, int rt, int rn, int rm)
 {
-    static const char* const names[8] = {"str", "strh", "strb", "ldrsb", "ldr", "ldrh", "ldrb", "ldrsh"};
-    mnemonic(names[op]);
+    mnemonic(thumbLoadStoreNames[op]);
     put(' ');
     reg(rt);
     put(", [");
@@ -235,8 +237,7 @@ void ARMInstructionSetDisassembler::emitLoadStoreRegister(int op, int rt, int rn
 
 void ARMInstructionSetDisassembler::emitLoadStoreImmediate(int op, int rt, int rn, uint32_t offset)
 {
-    static const char* const names[8] = {"str", "strh", "strb", "ldrsb", "ldr", "ldrh", "ldrb", "ldrsh"};
-    mnemonic(names[op]);
+    mnemonic(thumbLoadStoreNames[op]);
     put(' ');
     reg(rt);
     put(", [");

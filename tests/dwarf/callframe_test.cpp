@@ -406,7 +406,7 @@ TEST(EhFrameHeader, Table)
 }
 
 // Three areas of .gcc_except_table one after another, as GCC writes them for a
-// catch, a cleanup and an exception specification, with the padding that aligns
+// catch, a cleanup and a throw list, with the padding that aligns
 // the type tables.
 Bytes exceptionAreas(bool be)
 {
@@ -426,7 +426,7 @@ Bytes exceptionAreas(bool be)
     s.u8(0).u8(0).u8(0).u8(0);
     EXPECT_EQ(s.size(), 0x20u);
     // Area 3 at 0x20: LPStart given, two catches chained (filter 2 then 1), and an
-    // exception specification (filter -1) listing type 1.
+    // throw list (filter -1) listing type 1.
     s.u8(0x03).u32(0x400);
     s.u8(0x03).uleb(0x19); // 0x27 + 0x19 = 0x40
     s.u8(0x01).uleb(8);
@@ -439,7 +439,7 @@ Bytes exceptionAreas(bool be)
     s.u8(0);
     s.u32(0xBBBB).u32(0xAAAA); // entry 2 at 0x38, entry 1 at 0x3c
     EXPECT_EQ(s.size(), 0x40u);
-    s.uleb(1).uleb(0); // the specification list of filter -1
+    s.uleb(1).uleb(0); // the throw list of filter -1
     return s;
 }
 

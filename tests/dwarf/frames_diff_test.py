@@ -751,8 +751,8 @@ def lsda_pointers(elf):
 def read_area(elf, data, off):
     """(call sites, has LPStart, end) of the area at off, from the GCC layout:
     the area ends after the furthest of its call-site table, the action
-    records the call sites' chains reach, the type table and the exception
-    specification lists its negative filters name."""
+    records the call sites' chains reach, the type table and the
+    throw lists its negative filters name."""
     lp = data[off]
     off += 1
     if lp != 0xFF:
