@@ -172,6 +172,9 @@ protected:
     virtual void emitStatusWrite(bool saved, int mask, int rn) = 0;
     virtual void emitStatusWriteImmediate(bool saved, int mask, uint32_t imm12) = 0;
     virtual void emitPreload(int rn, uint32_t imm12, bool add) = 0;
+    // 32-bit Thumb data-processing, multiply and shared A32 media forms (thumb32data.cpp).
+    // 32-bit Thumb loads, stores, branches and control forms (thumb32loadstore.cpp,
+    // thumb32control.cpp).
 
     // ---- decode state ----
     bool pendingPrefix = false;
@@ -203,6 +206,19 @@ private:
     void decodeArm(uint32_t insn);
     void decodeThumb(uint32_t half);
     void decodeThumb32(uint32_t first, uint32_t second);
+    // True when the level admits this 32-bit Thumb encoding at all.
+    bool thumb32Allowed(uint32_t first, uint32_t second) const;
+    // 32-bit Thumb encoding groups, as the architecture manual's T32 table splits them.
+    void decodeThumb32DataModifiedImmediate(uint32_t first, uint32_t second);
+    void decodeThumb32DataPlainImmediate(uint32_t first, uint32_t second);
+    void decodeThumb32DataShiftedRegister(uint32_t first, uint32_t second);
+    void decodeThumb32DataRegister(uint32_t first, uint32_t second);
+    void decodeThumb32Multiply(uint32_t first, uint32_t second);
+    void decodeThumb32LongMultiply(uint32_t first, uint32_t second);
+    void decodeThumb32LoadStoreMultiple(uint32_t first, uint32_t second);
+    void decodeThumb32LoadStoreDualExclusive(uint32_t first, uint32_t second);
+    void decodeThumb32LoadStoreSingle(uint32_t first, uint32_t second);
+    void decodeThumb32BranchControl(uint32_t first, uint32_t second);
     // Encoding families (one file each).
     void decodeThumb16(uint32_t insn);
     void decodeThumb16Misc(uint32_t insn);

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Random A32 words, our decoding against arm-none-eabi-objdump's.
 
-Usage: a32_sweep_test.py <a32_print> [<-arch name> <objdump machine>]
+Usage: a32_sweep_test.py <insn_print> [<-arch name> <objdump machine>]
 
 200,000 random words (fixed seed), and 1,000 more for each of the rarer
 groups (their identifying bits fixed), go into a raw little-endian file that both
-a32_print and objdump (-b binary -m arm) decode, each word at its offset. Words we
+insn_print and objdump (-b binary -m arm) decode, each word at its offset. Words we
 print as undefined are counted as not yet decoded and are not failures. Every word
 we decode must have objdump's mnemonic (condition included) and operands (numbers
 compared as 32-bit values, "sl"/"fp"/"ip" read as r10/r11/r12), unless it falls in
@@ -124,7 +124,7 @@ def main():
         raw = os.path.join(work, "a32.bin")
         with open(raw, "wb") as f:
             f.write(b"".join(struct.pack("<I", w) for w in ws))
-        args = [printer, raw] + ([level] if level else [])
+        args = [printer, raw, "arm"] + ([level] if level else [])
         out = subprocess.run(args, check=True, capture_output=True, text=True).stdout
         theirs = objdump_texts(raw, machine)
     ours = [line.partition("\t")[2] for line in out.splitlines()]
