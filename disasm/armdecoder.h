@@ -172,6 +172,13 @@ protected:
     virtual void emitStatusWrite(bool saved, int mask, int rn) = 0;
     virtual void emitStatusWriteImmediate(bool saved, int mask, uint32_t imm12) = 0;
     virtual void emitPreload(int rn, uint32_t imm12, bool add) = 0;
+    // Generic coprocessor forms, A32 and 32-bit Thumb ("two": the cdp2/mcr2/ldc2... encodings).
+    virtual void emitCoprocessorData(bool two, int coproc, int opc1, int crd, int crn, int crm, int opc2) = 0;
+    virtual void emitCoprocessorRegister(bool two, bool load, int coproc, int opc1, int rt, int crn, int crm,
+                                         int opc2) = 0;
+    virtual void emitCoprocessorRegisterPair(bool two, bool load, int coproc, int opc1, int rt, int rt2, int crm) = 0;
+    virtual void emitCoprocessorLoadStore(bool two, bool load, bool longForm, int coproc, int crd, int rn,
+                                          uint32_t imm8, bool index, bool add, bool writeback) = 0;
     // 32-bit Thumb data-processing, multiply and shared A32 media forms (thumb32data.cpp).
     // 32-bit Thumb loads, stores, branches and control forms (thumb32loadstore.cpp,
     // thumb32control.cpp).
@@ -219,6 +226,7 @@ private:
     void decodeThumb32LoadStoreDualExclusive(uint32_t first, uint32_t second);
     void decodeThumb32LoadStoreSingle(uint32_t first, uint32_t second);
     void decodeThumb32BranchControl(uint32_t first, uint32_t second);
+    void decodeThumb32Coprocessor(uint32_t first, uint32_t second);
     // Encoding families (one file each).
     void decodeThumb16(uint32_t insn);
     void decodeThumb16Misc(uint32_t insn);
@@ -228,4 +236,5 @@ private:
     void decodeArmExtraLoadStore(uint32_t insn);
     void decodeArmMedia(uint32_t insn);
     void decodeArmUnconditional(uint32_t insn);
+    void decodeCoprocessor(uint32_t insn, bool two);
 };

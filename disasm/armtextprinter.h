@@ -60,6 +60,13 @@ protected:
     void emitStatusWrite(bool saved, int mask, int rn) override;
     void emitStatusWriteImmediate(bool saved, int mask, uint32_t imm12) override;
     void emitPreload(int rn, uint32_t imm12, bool add) override;
+    // Generic coprocessor forms.
+    void emitCoprocessorData(bool two, int coproc, int opc1, int crd, int crn, int crm, int opc2) override;
+    void emitCoprocessorRegister(bool two, bool load, int coproc, int opc1, int rt, int crn, int crm,
+                                 int opc2) override;
+    void emitCoprocessorRegisterPair(bool two, bool load, int coproc, int opc1, int rt, int rt2, int crm) override;
+    void emitCoprocessorLoadStore(bool two, bool load, bool longForm, int coproc, int crd, int rn, uint32_t imm8,
+                                  bool index, bool add, bool writeback) override;
 
     // ---- hooks for the subclasses ----
     // The target of a branch; by default "0x" and at least eight hex digits.
@@ -126,6 +133,7 @@ protected:
     void reg(int r);
     void separator() { put(", "); }
     void registerList(uint32_t registers);
+    void coprocessorRegister(int n);
     // "#n" for an unsigned magnitude, "#-n" when subtracted (so "#-0" stays visible).
     void signedOffset(bool add, uint32_t magnitude);
     // The mnemonic and destination of an A32 data-processing form, with the

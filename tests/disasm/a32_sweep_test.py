@@ -23,6 +23,9 @@ import subprocess
 import sys
 import tempfile
 
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import sweeplib  # noqa: E402
+
 RANDOM = 200000
 SEED = 0xA32
 # The rarer groups, reached by fixing their identifying bits (mask, value) in
@@ -53,6 +56,8 @@ FORMS = [
     ("pop one", 0x0FFF0FFF, 0x049D0004),
     ("msr immediate", 0x0FB0F000, 0x0320F000),
     ("swp", 0x0FB00FF0, 0x01000090),
+    ("coprocessor", 0x0E000000, 0x0C000000),
+    ("coprocessor register", 0x0F000000, 0x0E000000),
 ]
 
 
@@ -112,6 +117,17 @@ def disagreement_class(ours, theirs, word):
         return "same"  # objdump names the register move of r0 to itself "nop"
     if re.match(r"nop\w*\s*\{0\}", theirs) and ours.split()[0].startswith("nop"):
         return "same"  # the NOP hint: objdump at -m arm adds its number
+    if (sweeplib.COPROCESSOR.match(ours.split()[0]) and not sweeplib.COPROCESSOR.match(theirs.split()[0])
+            and re.match(r"\S+ p[0-6],", ours)):
+        # objdump names the transfers of the old FPA (p1, p2) and Maverick (p4 to p6)
+        # coprocessors after those units; we print the generic form, which assembles
+        # to the same word (the re-assembly below checks it)
+        return "same"
+    if (re.match(r"(ldc|stc)", ours) and re.search(r"(\[\w+, #-?0\]!|\], #-?0)$", ours)
+            and theirs.split()[0] == ours.split()[0]):
+        # objdump drops a zero offset together with its writeback; the offset and
+        # the "!" we keep are what assembles back to the same word
+        return "same"
     return None
 
 
@@ -141,8 +157,8 @@ def main():
             continue
         decoded += 1
         other = theirs.get(i * 4, "")
-        a, b = normalise(mine), normalise(other)
-        if a[0] == b[0] and bare_numbers(a[1]) == bare_numbers(b[1]):
+        a, b = sweeplib.normalise(mine), sweeplib.normalise(other)
+        if a == b:
             agree += 1
             continue
         if disagreement_class(mine, other, w) == "same":

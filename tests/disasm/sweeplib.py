@@ -16,6 +16,7 @@ ALIASES = {"sl": "r10", "fp": "r11", "ip": "r12", "r13": "sp", "r14": "lr", "r15
            "un": "nsh", "unst": "nshst", "sh": "ish", "shst": "ishst"}
 _ALIAS = re.compile(r"\b(" + "|".join(ALIASES) + r")\b")
 NUMBER = re.compile(r"#?(-?)(0x[0-9a-fA-F]+|[0-9]+)\b")
+COPROCESSOR = re.compile(r"^(cdp|mcr|mrc|mcrr|mrrc|ldc|stc)2?l?")
 UNDEFINED_MARKS = ("undefined", "UNDEFINED", "<illegal")
 
 
@@ -59,6 +60,14 @@ def normalise(text):
                        if n.group(0).startswith("#") else str(_number(n.group(2))), o)
         # objdump writes some shifts and rotations in capitals ("ROR #24")
         out.append(o.replace(" ", "").lower())
+    if COPROCESSOR.match(mnemonic) and out:
+        # objdump writes the coprocessor as a bare number, its registers as "cr<n>"
+        # and the second opcode in braces; the assembler's "p<n>", "c<n>" and plain
+        # number are the same operands.
+        out[0] = out[0] if out[0].startswith("p") else "p" + out[0]
+        out = [re.sub(r"\bcr(\d+)", r"c\1", o) for o in out]
+        if not mnemonic.startswith(("ldc", "stc")) and re.fullmatch(r"\{\d+\}", out[-1]):
+            out[-1] = out[-1][1:-1]
     # objdump writes branch targets, svc and bkpt numbers without "#"
     return mnemonic, [o.lstrip("#") if re.fullmatch(r"#\d+", o) else o for o in out]
 

@@ -3,8 +3,8 @@
 
 Usage: t32_sweep_test.py <insn_print> [<-arch name> <objdump machine> <as -march>...]
 
-200,000 random instructions of the core space (fixed seed; the coprocessor,
-floating-point and vector spaces are left out), and PER_FORM more for each
+200,000 random instructions of the core space (fixed seed; the floating-point
+and vector spaces, coprocessors 8 to 15, are left out), and PER_FORM more for each
 encoding group (its identifying bits fixed), go into a raw file that insn_print
 and objdump (-M force-thumb) both decode, each instruction alone at its offset.
 
@@ -53,6 +53,7 @@ FORMS = [
     ("mrs", 0xFFE0D000, 0xF3E08000),
     ("loops", 0xF800C001, 0xF000C001),
     ("branch future", 0xF800F001, 0xF000E001),
+    ("coprocessor", 0xEC000000, 0xEC000000),
 ]
 
 
@@ -60,8 +61,9 @@ def core_space(w):
     first = w >> 16
     if (first >> 11) < 0x1D:
         return False
-    if (first & 0xEC00) == 0xEC00:  # coprocessor, floating-point and vector
-        return False
+    if (first & 0xEC00) == 0xEC00:
+        # the generic coprocessors; 8 to 15 hold the floating-point and vector forms
+        return ((w >> 8) & 0xF) < 8
     if (first & 0xFF10) == 0xF900:  # vector element and structure loads and stores
         return False
     return True
