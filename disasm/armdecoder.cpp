@@ -88,3 +88,34 @@ bool ARMInstructionSetDecoder::hasSecurityExtension() const
 {
     return architecture == ArmLevel::Any || architecture >= ArmLevel::V8MBaseline;
 }
+
+bool ARMInstructionSetDecoder::hasDsp() const
+{
+    switch (architecture) {
+    case ArmLevel::V4T:
+    case ArmLevel::V6M:
+    case ArmLevel::V7M:
+    case ArmLevel::V8MBaseline:
+        return false;
+    default:
+        return true;
+    }
+}
+
+bool ARMInstructionSetDecoder::hasThumbDivide() const
+{
+    // The A profile has it in Thumb state only from the virtualisation extension on.
+    return architecture != ArmLevel::V7A && hasThumb2();
+}
+
+bool ARMInstructionSetDecoder::hasCrc32() const
+{
+    return architecture == ArmLevel::Any || architecture == ArmLevel::V8A || architecture == ArmLevel::V8R;
+}
+
+bool ARMInstructionSetDecoder::hasV81M() const
+{
+    return architecture == ArmLevel::Any || architecture == ArmLevel::V81MMainline;
+}
+
+bool ARMInstructionSetDecoder::hasPointerAuthentication() const { return hasV81M(); }
