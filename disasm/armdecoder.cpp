@@ -115,7 +115,12 @@ bool ARMInstructionSetDecoder::hasCrc32() const
 
 bool ARMInstructionSetDecoder::hasV81M() const
 {
-    return architecture == ArmLevel::Any || architecture == ArmLevel::V81MMainline;
+    // Not at level Any: these encodings reuse register fields that the older levels
+    // leave unpredictable, and only a v8.1-M target reads them this way.
+    return architecture == ArmLevel::V81MMainline;
 }
 
-bool ARMInstructionSetDecoder::hasPointerAuthentication() const { return hasV81M(); }
+bool ARMInstructionSetDecoder::hasPointerAuthentication() const
+{
+    return architecture == ArmLevel::Any || architecture == ArmLevel::V81MMainline;
+}

@@ -247,7 +247,7 @@ protected:
     bool hasThumbDivide() const;
     // CRC32 (v8-A/R).
     bool hasCrc32() const;
-    // The v8.1-M mainline additions (long shifts, conditional selects).
+    // The v8.1-M mainline additions (long shifts, conditional selects), at that level only.
     bool hasV81M() const;
     // The M-profile pointer authentication forms.
     bool hasPointerAuthentication() const;

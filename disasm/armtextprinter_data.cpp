@@ -54,9 +54,11 @@ static const char* thumbDataMnemonic(int op, bool setFlags, int rd, int rn, bool
 void ARMInstructionSetDisassembler::emitThumbDataImmediate(int op, bool setFlags, int rd, int rn, uint32_t value)
 {
     bool compare = false, move = false;
+    // RSB #0 between low registers, flag-setting outside an IT block and plain inside
+    // one, is the 16-bit NEG to the assembler: keep the width.
+    const bool narrowNegate =
+        op == ThumbDataOp::TRsb && value == 0 && rd < 8 && rn < 8 && setFlags != inItBlock();
     mnemonic(thumbDataMnemonic(op, setFlags, rd, rn, compare, move));
-    // RSB #0 from a low register is the 16-bit NEG to the assembler: keep the width.
-    const bool narrowNegate = op == ThumbDataOp::TRsb && value == 0 && rd < 8 && rn < 8;
     if ((hasNarrowTwin(op) && !(compare && op == ThumbDataOp::TEor)) || move || narrowNegate)
         put(".w");
     put(' ');
@@ -133,7 +135,8 @@ void ARMInstructionSetDisassembler::emitLongShift(int op, int rdaLo, int rdaHi, 
     }
     // The saturating forms on a register pair name the bit count they saturate at.
     if (op == Uqrshll || op == Sqrshrl) {
-        immediate(amount);
+        put('#');
+        decimal(uint32_t(amount));
         separator();
     }
     reg(rm);
