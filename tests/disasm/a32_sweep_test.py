@@ -117,16 +117,7 @@ def disagreement_class(ours, theirs, word):
         return "same"  # objdump names the register move of r0 to itself "nop"
     if re.match(r"nop\w*\s*\{0\}", theirs) and ours.split()[0].startswith("nop"):
         return "same"  # the NOP hint: objdump at -m arm adds its number
-    if (sweeplib.COPROCESSOR.match(ours.split()[0]) and not sweeplib.COPROCESSOR.match(theirs.split()[0])
-            and re.match(r"\S+ p[0-6],", ours)):
-        # objdump names the transfers of the old FPA (p1, p2) and Maverick (p4 to p6)
-        # coprocessors after those units; we print the generic form, which assembles
-        # to the same word (the re-assembly below checks it)
-        return "same"
-    if (re.match(r"(ldc|stc)", ours) and re.search(r"(\[\w+, #-?0\]!|\], #-?0)$", ours)
-            and theirs.split()[0] == ours.split()[0]):
-        # objdump drops a zero offset together with its writeback; the offset and
-        # the "!" we keep are what assembles back to the same word
+    if sweeplib.coprocessor_class(ours, theirs):
         return "same"
     return None
 

@@ -158,3 +158,21 @@ def _assemble_once(picked, thumb, march):
         if back != b:
             bad.append((b, t, "re-assembled as " + (back.hex() if back else "nothing")))
     return [], bad
+
+
+def coprocessor_class(ours, theirs):
+    """The named differences of the generic coprocessor forms; None for others."""
+    if not ours.split() or not theirs.split():
+        return None
+    if (COPROCESSOR.match(ours.split()[0]) and not COPROCESSOR.match(theirs.split()[0])
+            and re.match(r"\S+ p[0-6],", ours)):
+        # objdump names the transfers of the old FPA (p1, p2) and Maverick (p4 to
+        # p6) coprocessors after those units; we print the generic form, which
+        # assembles to the same word (the sweeps re-assemble it)
+        return "legacy coprocessor names"
+    if (re.match(r"(ldc|stc)", ours) and re.search(r"(\[\w+, #-?0\]!|\], #-?0)$", ours)
+            and theirs.split()[0] == ours.split()[0]):
+        # objdump drops a zero offset together with its writeback; the offset and
+        # the "!" we keep are what assembles back to the same word
+        return "zero offset with writeback"
+    return None

@@ -98,14 +98,14 @@ def pc_relative(text):
 def disagreement_class(ours, theirs):
     """The named classes where our text differs from objdump's on purpose; None
     when the difference is a fault."""
-    return None
+    return sweeplib.coprocessor_class(ours, theirs)
 
 
 def main():
     printer = sys.argv[1]
     level = sys.argv[2] if len(sys.argv) > 2 else None
     machine = sys.argv[3] if len(sys.argv) > 3 else "arm"
-    marches = sys.argv[4:] or ["armv8.1-m.main+mve.fp+fp.dp", "armv8.2-a+crc"]
+    marches = sys.argv[4:] or ["armv8.1-m.main+mve.fp+fp.dp+pacbti", "armv8-a+crc", "armv7ve"]
     items = instructions()
     with tempfile.TemporaryDirectory() as work:
         raw = os.path.join(work, "t32.bin")
@@ -119,6 +119,7 @@ def main():
         return 1
     theirs_decoded = agree = not_decoded = extra = 0
     classes = collections.Counter()
+    named_classes = collections.Counter()
     examples = {}
     for i, w in enumerate(items):
         mine = ours[i]
@@ -145,6 +146,7 @@ def main():
         named = disagreement_class(mine, other)
         if named:
             agree += 1
+            named_classes[named] += 1
             continue
         key = f"{mine.split()[0]} vs {other.split()[0]}"
         classes[key] += 1
@@ -153,6 +155,8 @@ def main():
     print(f"{level or 'any level'} against objdump -m {machine}: {len(items)} instructions, "
           f"objdump decodes {theirs_decoded}, we agree on {agree} ({rate:.3f} %), "
           f"we do not decode {not_decoded}, we decode {extra} that objdump calls undefined")
+    for key, n in named_classes.most_common():
+        print(f"  {n:6d}  named: {key}")
     for key, n in classes.most_common(60):
         w, o, t = examples[key]
         print(f"  {n:6d}  {key}   e.g. {w >> 16:04X} {w & 0xFFFF:04X}: '{o}' / '{t}'")
