@@ -20,13 +20,10 @@ Every decoded instruction but the PC-relative ones (branches, whose targets are
 compared above as addresses) must also assemble alone, with arm-none-eabi-as for
 one of the given architectures, back to the same bytes.
 """
-import collections
 import os
 import random
 import re
-import subprocess
 import sys
-import tempfile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import sweeplib  # noqa: E402
@@ -121,75 +118,8 @@ def main():
     level = sys.argv[2] if len(sys.argv) > 2 else None
     machine = sys.argv[3] if len(sys.argv) > 3 else "arm"
     marches = sys.argv[4:] or ["armv8.1-m.main+mve.fp+fp.dp+pacbti", "armv8-a+crc", "armv7ve"]
-    items = instructions()
-    with tempfile.TemporaryDirectory() as work:
-        raw = os.path.join(work, "t32.bin")
-        sweeplib.write_raw(raw, items, thumb=True)
-        args = [printer, raw, "thumb"] + ([level] if level else [])
-        out = subprocess.run(args, check=True, capture_output=True, text=True).stdout
-        theirs = sweeplib.objdump_texts(raw, machine, thumb=True)
-    ours = [line.partition("\t")[2] for line in out.splitlines()]
-    if len(ours) != len(items):
-        print(f"the printer wrote {len(ours)} lines for {len(items)} instructions")
-        return 1
-    theirs_decoded = agree = not_decoded = extra = 0
-    classes = collections.Counter()
-    named_classes = collections.Counter()
-    examples = {}
-    for i, w in enumerate(items):
-        mine = ours[i]
-        other = theirs.get(i * 4, "")
-        we_decode = "undefined opcode" not in mine
-        they_decode = not sweeplib.is_undefined(other)
-        if not they_decode:
-            named = we_decode and disagreement_class(mine, other)
-            if named:
-                named_classes[named] += 1
-                continue
-            if we_decode:
-                extra += 1
-                key = f"{mine.split()[0]} where objdump has none"
-                classes[key] += 1
-                examples.setdefault(key, (w, mine, other))
-            continue
-        theirs_decoded += 1
-        if not we_decode:
-            not_decoded += 1
-            key = f"not decoded: {other.split()[0]}"
-            classes[key] += 1
-            examples.setdefault(key, (w, mine, other))
-            continue
-        if sweeplib.normalise(mine) == sweeplib.normalise(other):
-            agree += 1
-            continue
-        named = disagreement_class(mine, other)
-        if named:
-            agree += 1
-            named_classes[named] += 1
-            continue
-        key = f"{mine.split()[0]} vs {other.split()[0]}"
-        classes[key] += 1
-        examples.setdefault(key, (w, mine, other))
-    rate = 100.0 * agree / theirs_decoded if theirs_decoded else 100.0
-    print(f"{level or 'any level'} against objdump -m {machine}: {len(items)} instructions, "
-          f"objdump decodes {theirs_decoded}, we agree on {agree} ({rate:.3f} %), "
-          f"we do not decode {not_decoded}, we decode {extra} that objdump calls undefined")
-    for key, n in named_classes.most_common():
-        print(f"  {n:6d}  named: {key}")
-    # differences and extra decodings first, then what we do not decode yet
-    ordered = sorted(classes.most_common(), key=lambda kv: kv[0].startswith("not decoded"))
-    for key, n in ordered[:60]:
-        w, o, t = examples[key]
-        print(f"  {n:6d}  {key}   e.g. {w >> 16:04X} {w & 0xFFFF:04X}: '{o}' / '{t}'")
-
-    picked = [(sweeplib.encoding_bytes(w, True, 4), t) for w, t in zip(items, ours)
-              if "undefined opcode" not in t and not pc_relative(t)]
-    failures = sweeplib.reassemble(picked, True, marches)
-    print(f"re-assembled: {len(picked) - len(failures)} of {len(picked)} decoded instructions "
-          f"(PC-relative ones aside) give their bytes back")
-    for b, t, why in failures[:20]:
-        print(f"  {b.hex()} '{t}': {why}")
-    return 0 if rate >= TARGET and not extra and not failures else 1
+    return sweeplib.run_sweep(instructions(), True, printer, level, machine, marches, disagreement_class,
+                              pc_relative, TARGET)
 
 
 if __name__ == "__main__":
