@@ -1,8 +1,7 @@
 // The generic coprocessor instructions, whose fields stand in the same places in
 // A32 and in 32-bit Thumb (bits 27..0 of the word, the Thumb halfwords taken first
-// then second). Coprocessors 10 and 11 are the floating-point and vector unit, 9 its
-// half-precision forms, and the unconditional encodings of 8 to 11 hold vector
-// forms of ARMv8: all of them have forms of their own.
+// then second). Coprocessors 10 and 11 are the floating-point and vector unit and 9
+// its half-precision forms: they have forms of their own.
 #include "disasm/armdecoder.h"
 
 using ArmBits::bit;
@@ -11,10 +10,15 @@ using ArmBits::bits;
 void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
 {
     const int coproc = int(bits(insn, 11, 8));
-    // Later architectures put vector forms (complex, dot-product and matrix
-    // arithmetic) in the unconditional encodings of coprocessors 8 to 13; the
-    // readers of these listings take them as such whatever the level.
-    if ((coproc >= 9 && coproc <= 11) || (two && (!hasV5() || (coproc >= 8 && coproc <= 13)))) {
+    // The unconditional encodings are generic but for the data operations of 9 to
+    // 11, which belong to the floating-point unit, and, from ARMv8 on, everything of
+    // 8, 9, 12 and 13: the vector extensions (complex numbers, dot products,
+    // matrices) took those.
+    const bool armv8 = architecture == ArmLevel::Any || architecture == ArmLevel::V8A || architecture == ArmLevel::V8R;
+    const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
+                                    (armv8 && (coproc & 0xA) == 8))
+                                 : (coproc >= 9 && coproc <= 11);
+    if (vectorSpace || (two && !hasV5())) {
         emitUndefined();
         return;
     }

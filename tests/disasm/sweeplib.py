@@ -273,12 +273,16 @@ def run_sweep(items, thumb, printer, level, machine, marches, classify, pc_relat
     if unprintable:
         bad = reassemble([(b, t) for b, t, _ in unprintable], thumb, marches)
         refused = {(b, t) for b, t, _ in bad}
-        for b, t, key in unprintable:
+        for (b, t, key), (_, example) in zip(unprintable, [m for m in missing if not BRANCH_TEXT.match(m[1][2])]):
             if (b, t) in refused:
                 classes[key] -= 1
                 named["objdump's text does not assemble back to the same bytes"] += 1
                 agree += 1
                 not_decoded -= 1
+                if examples.get(key) == example:
+                    del examples[key]
+            else:
+                examples.setdefault(key, example)
         for key in [k for k, n in classes.items() if n <= 0]:
             del classes[key]
     rate = 100.0 * agree / counted if counted else 100.0
