@@ -214,7 +214,13 @@ std::map<uint64_t, DataRelocation> relocationsOf(const ElfFile& file, const ElfS
             r.sectionRelative = true;
             r.targetSection = target->index;
             r.targetOffset = uint64_t(int64_t(s->st_value) + addend);
+            // A Thumb code address carries bit 0 set: the label goes on the
+            // instruction itself and the word adds the 1.
+            const bool thumbBit = (target->sh_flags & SHF_EXECINSTR) && (r.targetOffset & 1);
+            r.targetOffset &= ~uint64_t(thumbBit);
             r.text = localLabel(target->name, r.targetOffset);
+            if (thumbBit)
+                r.text.append("+1");
         } else {
             if (s->name.empty()) {
                 fputs("can't find symbol for relocation\n", stderr);
