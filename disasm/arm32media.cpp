@@ -11,11 +11,12 @@ using ArmBits::bits;
 
 bool ARMInstructionSetDecoder::hasArmDivide() const
 {
-    // A32 SDIV/UDIV: the R profile from v7, the A profile from v8 (v7-A only with the
-    // virtualization extension, which no level here names).
+    // A32 SDIV/UDIV: v7-R, v8 and the v7-A cores with the virtualization extension,
+    // which is where v7-A code meets them.
     switch (architecture) {
     case ArmLevel::Any:
     case ArmLevel::V7R:
+    case ArmLevel::V7A:
     case ArmLevel::V8A:
     case ArmLevel::V8R:
         return true;
