@@ -59,6 +59,12 @@ FORMS = [
     ("swp", 0x0FB00FF0, 0x01000090),
     ("coprocessor", 0x0E000000, 0x0C000000),
     ("coprocessor register", 0x0F000000, 0x0E000000),
+    ("halfword multiply", 0x0F900090, 0x01000080),
+    ("saturating/crc32", 0x0F9000E0, 0x01000040),
+    ("parallel", 0x0F800010, 0x06000010),
+    ("pack/sel", 0x0FF00010, 0x06800010),
+    ("signed multiply", 0x0F800010, 0x07000010),
+    ("usad8", 0x0FF000F0, 0x07800010),
 ]
 
 
