@@ -27,7 +27,8 @@ bool ARMInstructionSetDecoder::hasArmDivide() const
 
 bool ARMInstructionSetDecoder::hasArmCrc32() const
 {
-    return architecture == ArmLevel::Any || architecture == ArmLevel::V8A || architecture == ArmLevel::V8R;
+    // Optional in the first v8 profiles; v8-R code is read without it.
+    return architecture == ArmLevel::Any || architecture == ArmLevel::V8A;
 }
 
 // cond 00010 op 0 | Rd Ra Rm 1 M N 0 Rn: SMLAxy, SMLAWy/SMULWy, SMLALxy, SMULxy by op

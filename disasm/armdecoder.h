@@ -253,7 +253,7 @@ protected:
     // means two things does the level choose.
     // The v8.1-M mainline additions (long shifts, conditional selects), at that level only.
     bool hasV81M() const;
-    // The A32 divides and CRC32 (levels that name an A or R profile with them).
+    // The A32 divides and CRC32, at the A and R profile levels that have them.
     bool hasArmDivide() const;
     bool hasArmCrc32() const;
 

@@ -128,7 +128,7 @@ TEST(Arm32Media, FormsAsObjdumpPrintsThem)
 }
 
 // Each group from the level that brings it, as objdump -m armv4t, armv5te, armv6,
-// armv7 and armv8-a decode the same words.
+// armv7, armv8-a and armv8-r decode the same words.
 TEST(Arm32Media, Levels)
 {
     const std::vector<Row> rows = {
@@ -149,6 +149,8 @@ TEST(Arm32Media, Levels)
         {V7A, 0xE710F211, "sdiv r0, r1, r2"},
         {V7A, 0xE1010042, Undefined},
         {V8A, 0xE1010042, "crc32b r0, r1, r2"},
+        {ArmLevel::V8R, 0xE710F211, "sdiv r0, r1, r2"},
+        {ArmLevel::V8R, 0xE1010042, Undefined},
     };
     for (const Row& row : rows)
         EXPECT_EQ(decode(row.level, row.encoding), row.text) << row.level << ' ' << std::hex << row.encoding;
