@@ -166,7 +166,10 @@ void ARMInstructionSetDecoder::decodeArmDataMisc(uint32_t insn)
         return;
     }
     if (bits(insn, 24, 23) == 2 && !bit(insn, 20)) {
-        decodeArmMisc(insn);
+        if (bit(insn, 7))
+            decodeArmHalfwordMultiply(insn);
+        else
+            decodeArmMisc(insn);
         return;
     }
     const int op = int(bits(insn, 24, 21));
@@ -191,11 +194,16 @@ void ARMInstructionSetDecoder::decodeArmDataMisc(uint32_t insn)
     emitDataShiftedRegister(op, bit(insn, 20), rd, rn, rm, int(bits(insn, 6, 5)), rs);
 }
 
-// Bits 27..23 = 0b00010 without S, bit 7 clear: branch and exchange, CLZ, BKPT.
+// Bits 27..23 = 0b00010 without S, bit 7 clear: branch and exchange, CLZ, BKPT, the
+// saturating additions and CRC32.
 void ARMInstructionSetDecoder::decodeArmMisc(uint32_t insn)
 {
     const uint32_t op = bits(insn, 22, 21);
     const uint32_t op2 = bits(insn, 7, 4);
+    if (op2 == 4 || op2 == 5) {
+        decodeArmSaturatingCrc(insn);
+        return;
+    }
     const int rm = int(bits(insn, 3, 0));
     if (op == 1 && bits(insn, 19, 8) == 0xFFF) {
         if (op2 == 1) {
@@ -328,8 +336,9 @@ void ARMInstructionSetDecoder::decodeArmUnconditional(uint32_t insn)
     emitUndefined();
 }
 
-// Bits 27..25 = 0b011 with bit 4 set: the media group. Decoded: extends, byte
-// reverses, saturation, bit fields and UDF.
+// Bits 27..25 = 0b011 with bit 4 set: the media group, by bits 24..23: parallel
+// arithmetic; packing, extends, reverses and saturation; the signed multiplies and
+// divides; sums of differences, bit fields and UDF.
 void ARMInstructionSetDecoder::decodeArmMedia(uint32_t insn)
 {
     const int rd = int(bits(insn, 15, 12));
@@ -341,7 +350,20 @@ void ARMInstructionSetDecoder::decodeArmMedia(uint32_t insn)
         emitImmediateOnly(T16::Udf, (bits(insn, 19, 8) << 4) | bits(insn, 3, 0));
         return;
     }
-    if (!hasV6() || rd == 15) {
+    if (!hasV6()) {
+        emitUndefined();
+        return;
+    }
+    if (bits(insn, 24, 23) == 0) {
+        decodeArmParallel(insn);
+        return;
+    }
+    // The multiplies have Ra, not Rd, in bits 15..12.
+    if (bits(insn, 24, 23) == 2 || (op1 == 0x18 && op2 == 0)) {
+        decodeArmSignedMultiply(insn);
+        return;
+    }
+    if (rd == 15) {
         emitUndefined();
         return;
     }
@@ -374,7 +396,8 @@ void ARMInstructionSetDecoder::decodeArmMedia(uint32_t insn)
                 return;
             }
         }
-        emitUndefined();
+        if (!decodeArmPackSaturate(insn))
+            emitUndefined();
         return;
     }
     if (bits(insn, 24, 23) == 3 && bit(insn, 21) && (op2 & 3) == 2 && hasThumb2() && rm != 15) {

@@ -253,6 +253,9 @@ protected:
     // means two things does the level choose.
     // The v8.1-M mainline additions (long shifts, conditional selects), at that level only.
     bool hasV81M() const;
+    // The A32 divides and CRC32, at the A and R profile levels that have them.
+    bool hasArmDivide() const;
+    bool hasArmCrc32() const;
 
 private:
     void decodeArm(uint32_t insn);
@@ -282,6 +285,11 @@ private:
     void decodeArmLoadStore(uint32_t insn);
     void decodeArmExtraLoadStore(uint32_t insn);
     void decodeArmMedia(uint32_t insn);
+    void decodeArmHalfwordMultiply(uint32_t insn);
+    void decodeArmSaturatingCrc(uint32_t insn);
+    void decodeArmParallel(uint32_t insn);
+    bool decodeArmPackSaturate(uint32_t insn);
+    void decodeArmSignedMultiply(uint32_t insn);
     void decodeArmUnconditional(uint32_t insn);
     void decodeCoprocessor(uint32_t insn, bool two);
 };

@@ -11,12 +11,13 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
 {
     const int coproc = int(bits(insn, 11, 8));
     // The unconditional encodings are generic but for the data operations of 9 to
-    // 11, which belong to the floating-point unit, and, from ARMv8 on, everything of
-    // 8, 9, 12 and 13: the vector extensions (complex numbers, dot products,
-    // matrices) took those.
-    const bool armv8 = architecture == ArmLevel::Any || architecture == ArmLevel::V8A || architecture == ArmLevel::V8R;
+    // 11, which belong to the floating-point unit, and everything of 8, 9, 12 and
+    // 13: the vector extensions of ARMv8 (complex numbers, dot products, matrices)
+    // took those, and readers of older code take them so too.
+    // The assembler takes the offsets of coprocessor 9's loads and stores in
+    // halfwords (the half-precision unit's), whatever the encoding.
     const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
-                                    (armv8 && (coproc & 0xA) == 8))
+                                    ((coproc & 0xA) == 8) || (coproc == 9 && bits(insn, 27, 25) == 6))
                                  : (coproc >= 9 && coproc <= 11);
     if (vectorSpace || (two && !hasV5())) {
         emitUndefined();

@@ -48,11 +48,11 @@ VARIANTS = [
 ]
 # (fixture, level, assembler architecture)
 FIXTURES = [
-    ("tests/fixtures/disasm/a32.o", "-", "armv7-a"),
+    ("tests/fixtures/disasm/a32.o", "-", "armv7ve"),
     ("tests/fixtures/disasm/a32-v4t.o", "v4T", "armv4t"),
     ("tests/fixtures/disasm/a32-v5te.o", "v5TE", "armv5te"),
     ("tests/fixtures/disasm/a32-v6.o", "v6", "armv6"),
-    ("tests/fixtures/disasm/a32-v8.o", "v8A", "armv8-a"),
+    ("tests/fixtures/disasm/a32-v8.o", "v8A", "armv8-a+crc"),
     ("tests/fixtures/disasm/t16-v6m.o", "v6M", "armv7-m"),
     ("tests/fixtures/disasm/t32-v7m.o", "v7M", "armv7-m"),
     ("tests/fixtures/disasm/t32-v7em.o", "v7EM", "armv7e-m"),
