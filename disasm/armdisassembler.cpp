@@ -243,7 +243,11 @@ bool emittedSymbol(const ElfSymbol* s)
 }
 } // namespace
 
-void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
+void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file) { writeFile(out, file, false); }
+
+void ARMDisassembler::listCode(FILE* out, const ElfFile& file) { writeFile(out, file, true); }
+
+void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
 {
     QTx::TextLine line(out);
     char buf[512];
@@ -255,8 +259,11 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
     // One unit of data at `offset`: the word a relocation names, else the widest of
     // word, halfword and byte that fits in what is left. Code sections write their
     // numbers in upper case, data sections in lower case. Returns the bytes written.
+    uint64_t listedAddress = 0; // the address a listing line starts with
     auto dataUnit = [&](const std::map<uint64_t, DataRelocation>& relocs, const uint8_t* p, uint64_t offset,
                         uint64_t left, bool upper) -> uint64_t {
+        if (listing)
+            print("%08X", unsigned(listedAddress));
         auto rel = relocs.find(offset);
         if (rel != relocs.end() && left >= 4) {
             print("\t.word %s\n", rel->second.text.c_str());
@@ -275,7 +282,7 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
     };
     MyARMInstructionSetDisassembler& d = *decoder_;
     d.setFile(&file, nullptr, true, 0);
-    d.setAssemblerSyntax(true);
+    d.setAssemblerSyntax(!listing);
 
     // Every section's data-word relocations, and the local labels the section-relative
     // ones need in their target sections.
@@ -302,7 +309,8 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
         return list;
     };
 
-    line.str("\t.syntax unified\n");
+    if (!listing)
+        line.str("\t.syntax unified\n");
     // Code first: alignment 0 and 1 both mean none, written as 1.
     for (int i = 0; i < file.sectionCount(); ++i) {
         const ElfSection* sec = file.sectionAt(i);
@@ -310,8 +318,12 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
             continue;
         d.setSection(sec);
         d.resetState();
-        print("\n\t.section %s,\"ax\",%%progbits\n", std::string(sec->name).c_str());
-        print("\t.balign %ld\n", long(sec->sh_addralign ? sec->sh_addralign : 1));
+        if (listing) {
+            print("--- %s\n", std::string(sec->name).c_str());
+        } else {
+            print("\n\t.section %s,\"ax\",%%progbits\n", std::string(sec->name).c_str());
+            print("\t.balign %ld\n", long(sec->sh_addralign ? sec->sh_addralign : 1));
+        }
 
         const auto symbols = symbolsOf(sec);
         const auto& mapping = file.sectionMappingSymbols(sec);
@@ -346,9 +358,9 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
                 }
                 ++nextMapping;
             }
-            if (labels.count({sec->index, offset}))
+            if (labels.count({sec->index, offset}) && !listing)
                 line.str(localLabel(sec->name, offset)).str(":\n");
-            while (nextSymbol < symbols.size() && symbols[nextSymbol]->address() <= addr) {
+            while (!listing && nextSymbol < symbols.size() && symbols[nextSymbol]->address() <= addr) {
                 const ElfSymbol* s = symbols[nextSymbol++];
                 const std::string name(s->name);
                 auto a = dynamic_cast<const ARMElfSymbol*>(s);
@@ -375,6 +387,7 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
                                              : size;
             const uint64_t left = stretchEnd > offset ? stretchEnd - offset : size - offset;
             const uint8_t* p = sec->data + offset;
+            listedAddress = addr;
             if (mode == Mode::Data) {
                 offset += dataUnit(relocs, p, offset, left, true);
                 continue;
@@ -389,6 +402,8 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
             const uint64_t length = thumb ? (wide ? 4 : 2) : 4;
             if (!done) {
                 // Too short for an instruction: the bytes as they are.
+                if (listing)
+                    print("%08X", unsigned(addr));
                 if (left >= 2) {
                     print("\t.short 0x%04X\n", readFileHalf(p, little));
                     offset += 2;
@@ -399,6 +414,12 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
                 continue;
             }
             const char* insn = text + 12;
+            if (listing) {
+                print("%08X  ", unsigned(addr));
+                line.str(text).str("\n");
+                offset += length;
+                continue;
+            }
             // ADDS/SUBS Rd, Rn, #imm3 with Rd == Rn has a twin with an 8-bit immediate,
             // and the assembler picks the twin: only the raw encoding keeps the bytes.
             const bool twin = thumb && !wide && (first & 0xFC00) == 0x1C00 && (first & 7) == ((first >> 3) & 7);
@@ -415,9 +436,11 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
             }
             offset += length;
         }
-        if (labels.count({sec->index, offset}))
+        if (labels.count({sec->index, offset}) && !listing)
             line.str(localLabel(sec->name, offset)).str(":\n");
     }
+    if (listing)
+        return;
 
     // Then every other section that occupies memory.
     for (int i = 0; i < file.sectionCount(); ++i) {
@@ -469,10 +492,7 @@ void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file)
                 break;
             const uint64_t left = nextBreak(offset) - offset;
             if (nobits) {
-                if (left == 4 || left == 2 || left == 1)
-                    print("\t.space %d\n", int(left));
-                else
-                    print("\t.space %d\n", int(left));
+                print("\t.space %d\n", int(left));
                 offset += left;
                 continue;
             }

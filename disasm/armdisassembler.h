@@ -48,6 +48,14 @@ public:
     // spells "nop" as the old register move, so assemble with v7-M).
     void disassembleFile(FILE* out, const ElfFile& file);
 
+    // The listing form of the code sections, for views and for checking the decoder
+    // against other disassemblers: the same walk as disassembleFile, each instruction
+    // as "%08X  " (its address) and the 12-character encoding column before its text,
+    // data inside code as "%08X    .word 0x%08X" (".short", ".byte"), and each section
+    // headed "--- <name>", the ".thumb"/".arm" switches kept. Other sections and
+    // symbols are left out.
+    void listCode(FILE* out, const ElfFile& file);
+
     MyARMInstructionSetDisassembler& decoder() { return *decoder_; }
 
     uint32_t one = 1;
@@ -58,6 +66,7 @@ public:
 private:
     uint32_t readHalf(const uint8_t* p) const;
     uint32_t readWord(const uint8_t* p) const;
+    void writeFile(FILE* out, const ElfFile& file, bool listing);
     std::unique_ptr<MyARMInstructionSetDisassembler> decoder_;
 };
 

@@ -1,0 +1,350 @@
+#!/usr/bin/env python3
+"""Every instruction of real code, our decoding against arm-none-eabi-objdump -d.
+
+Usage: objdump_diff_test.py <code_list> <source dir> [--quick]
+
+The code is that of the disassembler fixtures and of every member of libc.a and
+libm.a of newlib's core-only variants (no floating-point or vector unit). For each
+code section both listings must have the same instruction boundaries and the same
+split into code and data; each instruction the same mnemonic with its condition
+and width qualifier and the same operands, numbers compared as numbers and branch
+targets as addresses. Floating-point and vector instructions are counted apart.
+Each remaining difference must fall in a named class (see CLASSES), and the test
+prints the agreement count.
+
+Then every instruction we print, apart from the PC-relative ones whose targets are
+compared above, is assembled alone by arm-none-eabi-as for the variant's
+architecture (an instruction of an IT block together with its IT instruction) and
+must give back its bytes.
+
+--quick takes every eighth member of each library.
+"""
+import collections
+import glob
+import os
+import re
+import subprocess
+import sys
+import tempfile
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import sweeplib  # noqa: E402
+
+NEWLIB = "/usr/lib/arm-none-eabi/newlib"
+# (variant, our -arch level, the assembler's architecture)
+VARIANTS = [
+    ("", "v4T", "armv4t"),
+    ("arm/v5te/softfp", "v5TE", "armv5te"),
+    ("thumb/nofp", "v4T", "armv4t"),
+    # The assembler writes "nop" as the old register move before v7: ARMv6-M and
+    # ARMv8-M baseline code is assembled for their mainline neighbours.
+    ("thumb/v6-m/nofp", "v6M", "armv7-m"),
+    ("thumb/v7-m/nofp", "v7M", "armv7-m"),
+    ("thumb/v7/nofp", "v7A", "armv7-a"),
+    ("thumb/v7-a/nofp", "v7A", "armv7-a"),
+    ("thumb/v8-a/nofp", "v8A", "armv8-a"),
+    ("thumb/v8-m.base/nofp", "v8M_Baseline", "armv8-m.main"),
+    ("thumb/v8-m.main/nofp", "v8M_Mainline", "armv8-m.main"),
+]
+# (fixture, level, assembler architecture)
+FIXTURES = [
+    ("tests/fixtures/disasm/a32.o", "-", "armv7-a"),
+    ("tests/fixtures/disasm/a32-v4t.o", "v4T", "armv4t"),
+    ("tests/fixtures/disasm/a32-v5te.o", "v5TE", "armv5te"),
+    ("tests/fixtures/disasm/a32-v6.o", "v6", "armv6"),
+    ("tests/fixtures/disasm/a32-v8.o", "v8A", "armv8-a"),
+    ("tests/fixtures/disasm/t16-v6m.o", "v6M", "armv7-m"),
+    ("tests/fixtures/disasm/t32-v7m.o", "v7M", "armv7-m"),
+    ("tests/fixtures/disasm/t32-v7em.o", "v7EM", "armv7e-m"),
+    ("tests/fixtures/disasm/t32-v8m-base.o", "v8M_Baseline", "armv8-m.main"),
+    ("tests/fixtures/disasm/t32-v8m-main.o", "v8M_Mainline", "armv8-m.main"),
+    ("tests/fixtures/disasm/t32-v81m.o", "v8.1M_Mainline", "armv8.1-m.main"),
+    ("tests/fixtures/disasm/mixed.o", "-", "armv7-a"),
+    ("tests/fixtures/elf/thumb.o", "v7M", "armv7-m"),
+]
+
+FP_VECTOR_OLD = {"fmrx", "fmxr", "fmstat", "fldmiax", "fldmdbx", "fstmiax", "fstmdbx", "fmdrr", "fmrrd"}
+BRANCH = re.compile(r"^(b|bl|blx|bx|cbz|cbnz|bf|bfl|bfx|bflx|bfcsel|wls|wlstp|dls|dlstp|le|letp)"
+                    r"(eq|ne|cs|cc|mi|pl|vs|vc|hi|ls|ge|lt|gt|le|al)?(\.\w+)?$")
+CONDITIONS = "eq|ne|cs|cc|mi|pl|vs|vc|hi|ls|ge|lt|gt|le"
+
+
+def fp_vector(text):
+    """objdump's floating-point and vector instructions (the next decoder's work)."""
+    m = text.split()[0] if text.split() else ""
+    return m.startswith("v") or m in FP_VECTOR_OLD or re.search(r"\b(p10|p11|cp10|cp11)\b", text) is not None
+
+
+def objdump_listing(files):
+    """{(file, section): {address: (kind, encoding, text)}} from objdump -dz."""
+    out = {}
+    for at in range(0, len(files), 400):
+        text = subprocess.run(["arm-none-eabi-objdump", "-dz"] + files[at:at + 400], capture_output=True,
+                              text=True).stdout
+        current = section = None
+        for line in text.splitlines():
+            m = re.match(r"^(\S.*):\s+file format", line)
+            if m:
+                current = m.group(1)
+                continue
+            m = re.match(r"^Disassembly of section (\S+):", line)
+            if m:
+                section = out.setdefault((current, m.group(1)), {})
+                continue
+            m = re.match(r"^\s*([0-9a-f]+):\t([0-9a-f]{4} [0-9a-f]{4}|[0-9a-f]{8}|[0-9a-f]{4}|[0-9a-f]{2})\s*\t(.*)$",
+                         line)
+            if m and section is not None:
+                text_ = m.group(3).strip()
+                kind = "data" if text_.startswith(".") else "code"
+                section[int(m.group(1), 16)] = (kind, m.group(2).replace(" ", ""), text_)
+                continue
+            # data that no mapping symbol marks: a row of bytes in halfword groups
+            m = re.match(r"^\s*([0-9a-f]+):\t((?:[0-9a-f]{4} ){3,}[0-9a-f ]*)\s", line)
+            if m and section is not None:
+                start, size = int(m.group(1), 16), len(m.group(2).replace(" ", "")) // 2
+                for a in range(start, start + size, 4):
+                    section[a] = ("data", "", ".bytes")
+    return out
+
+
+def our_listing(code_list, level, files):
+    """The same shape from code_list, with the instruction set of each line."""
+    out = {}
+    for at in range(0, len(files), 400):
+        r = subprocess.run([code_list, level] + files[at:at + 400], capture_output=True, text=True)
+        current = section = None
+        thumb = False
+        for line in r.stdout.splitlines():
+            if line.startswith("=== "):
+                current = line[4:]
+                continue
+            if line.startswith("--- "):
+                section = out.setdefault((current, line[4:]), {})
+                thumb = False
+                continue
+            if line in ("\t.thumb", "\t.arm"):
+                thumb = line == "\t.thumb"
+                continue
+            m = re.match(r"^([0-9A-F]{8})  (\S+)\s+(.*)$", line)
+            if m and section is not None:
+                section[int(m.group(1), 16)] = ("code", m.group(2), m.group(3).strip(), thumb)
+                continue
+            m = re.match(r"^([0-9A-F]{8})\t(\..*)$", line)
+            if m and section is not None:
+                section[int(m.group(1), 16)] = ("data", "", m.group(2).strip(), thumb)
+    return out
+
+
+def theirs_normalised(text):
+    text = re.sub(r"\s*<[^>]*>", "", text.split("@")[0].split(";")[0]).strip()
+    parts = text.split()
+    if parts and BRANCH.match(re.sub(r"\.n$", "", parts[0])):
+        # objdump writes branch targets in hexadecimal without a prefix
+        text = re.sub(r"([\s,])([0-9a-f]+)$", r"\g<1>0x\2", text)
+    mnemonic, ops = sweeplib.normalise(text)
+    return re.sub(r"\.n$", "", mnemonic), ops
+
+
+def ours_normalised(text):
+    return sweeplib.normalise(re.sub(r"\s*<[^>]*>", "", text))
+
+
+def _target(text):
+    m = re.search(r"(?:0x)?([0-9a-fA-F]+)(?:\s*<[^>]*>)?\s*$", text.split("@")[0])
+    return int(m.group(1), 16) if m else None
+
+
+def _relocated_branch(ours, theirs, address):
+    # In an object a call or branch to another symbol holds the relocation's addend:
+    # we print the destination the bytes encode (the instruction itself, or just
+    # before it), named after the relocation's symbol for calls; objdump prints the
+    # symbol's own value.
+    m1, m2 = ours.split()[0], re.sub(r"\.n$", "", theirs.split()[0])
+    return (m1 == m2 and BRANCH.match(m1) is not None and "<" in theirs
+            and _target(ours) is not None and abs(_target(ours) - address) <= 8)
+
+
+# Named classes of difference: (name, reason, test on our text, objdump's text and
+# the instruction's address).
+CLASSES = [
+    ("relocated branch", "in an object a branch or call to another symbol shows the destination its bytes "
+     "encode (the relocation's addend), objdump the symbol's value", _relocated_branch),
+    ("negs", "objdump's alias \"negs\" for the reverse subtraction from zero, which we print as "
+     "\"rsbs rd, rn, #0\"", lambda o, t, a: t.startswith("neg") and o.startswith("rsb") and o.endswith("#0")),
+    ("nop (mov)", "objdump names the moves of r8 to itself (16-bit) and r0 to itself (A32) \"nop\"; we "
+     "print the move they are (the assembler's nop before the hint existed)",
+     lambda o, t, a: o in ("mov r8, r8", "mov r0, r0") and ("(mov r8, r8)" in t or "(mov r0, r0)" in t)),
+    ("nop {0}", "objdump adds the hint number where the object's architecture predates the hint",
+     lambda o, t, a: o == "nop" and re.match(r"nop\s+\{0\}", t) is not None),
+    ("muls", "the 16-bit multiply is printed in its three-operand unified form, objdump drops the repeated "
+     "destination", lambda o, t, a: o.startswith("muls") and t.startswith("muls")
+     and o.split(", ")[:2] == [x.strip() for x in t.replace("\t", " ").split(", ")[:2]]),
+    ("[pc, #0]", "a PC-relative load with offset 0 keeps its \"#0\" (the bracket form always shows the "
+     "offset); objdump drops it", lambda o, t, a: "[pc, #0]" in o and "[pc]" in t),
+]
+
+
+def classify(ours, theirs, address):
+    for name, _, test in CLASSES:
+        if test(ours, theirs, address):
+            return name
+    return None
+
+
+def pc_relative(text):
+    m = text.split()[0] if text.split() else ""
+    return bool(BRANCH.match(m)) and not m.startswith("bx") or "[pc" in text or m.startswith("adr")
+
+
+# ADDS/SUBS Rd, Rd, #imm3 (16-bit) has a twin with an 8-bit immediate that the
+# assembler prefers; the file output writes these as .inst.n to keep the bytes.
+IMM3_TWIN = re.compile(r"^(adds|subs) (r[0-7]), \2, #[0-7]$")
+
+
+def round_trip_items(section):
+    """(expected bytes, text, thumb) for every decoded, non PC-relative instruction;
+    an IT block goes as one item with its IT instruction."""
+    items = []
+    addresses = sorted(section)
+    k = 0
+    while k < len(addresses):
+        kind, enc, text, thumb = section[addresses[k]]
+        k += 1
+        if kind != "code" or "undefined opcode" in text:
+            continue
+        m = re.match(r"^it([te]*)\s", text)
+        if thumb and m:
+            group = [(enc, text)]
+            for _ in range(1 + len(m.group(1))):
+                if k < len(addresses) and section[addresses[k]][0] == "code":
+                    group.append(section[addresses[k]][1:3])
+                    k += 1
+            if any("undefined opcode" in t or pc_relative(t) for _, t in group[1:]):
+                continue
+            data = b"".join(sweeplib.encoding_bytes(int(e, 16), True, len(e) // 2) for e, _ in group)
+            items.append((data, "\n".join(t for _, t in group), True))
+            continue
+        if pc_relative(text):
+            continue
+        items.append((sweeplib.encoding_bytes(int(enc, 16), thumb, len(enc) // 2), text, thumb))
+    return items
+
+
+DATA_SIZE = {".word": 4, ".short": 2, ".byte": 1, ".bytes": 4}
+
+
+def data_bytes(section):
+    """The addresses of the data bytes of a listed section."""
+    covered = set()
+    for address, entry in section.items():
+        if entry[0] == "data":
+            covered.update(range(address, address + DATA_SIZE.get(entry[2].split()[0], 4)))
+    return covered
+
+
+def compare(name, ours, theirs, stats, classes, examples):
+    """Code is compared instruction by instruction; data by the bytes it covers (the
+    two split a data stretch into units differently, both by what is left)."""
+    def unexplained(cls, member, address, a, b):
+        classes["UNEXPLAINED " + cls] += 1
+        examples.setdefault("UNEXPLAINED " + cls, (name, member, address, a, b))
+
+    for key in sorted(set(ours) | set(theirs)):
+        mine, other = ours.get(key, {}), theirs.get(key, {})
+        our_data, their_data = data_bytes(mine), data_bytes(other)
+        stats["data bytes"] += len(our_data)
+        for address in sorted(our_data ^ their_data):
+            if address not in our_data and address in other and other[address][0] == "data":
+                unexplained("code/data split", key[0], address, mine.get(address), other.get(address))
+        code = {a for a, e in mine.items() if e[0] == "code"} | {a for a, e in other.items() if e[0] == "code"}
+        for address in sorted(code):
+            a, b = mine.get(address), other.get(address)
+            if b is not None and b[0] == "code" and fp_vector(b[2]):
+                stats["fp/vector"] += 1
+                continue
+            if a is None or b is None or a[0] != b[0]:
+                split = (a is None and address in our_data) or (b is None and address in their_data)
+                unexplained("code/data split" if split or (a and b) else "boundary", key[0], address, a, b)
+                continue
+            stats["instructions"] += 1
+            if ours_normalised(a[2]) == theirs_normalised(b[2]):
+                stats["agree"] += 1
+                continue
+            cls = classify(a[2], b[2], address)
+            if cls:
+                stats["classed"] += 1
+                classes[cls] += 1
+                continue
+            m1 = a[2].split()[0] if a[2].split() else "?"
+            m2 = b[2].split()[0] if b[2].split() else "?"
+            unexplained(f"{m1} vs {m2}", key[0], address, a, b)
+
+
+def main():
+    code_list, source = sys.argv[1], sys.argv[2]
+    quick = "--quick" in sys.argv
+    stats = collections.Counter()
+    classes = collections.Counter()
+    examples = {}
+    round_trip = collections.Counter()
+    trip_failures = []
+
+    def run(name, level, march, files):
+        ours = our_listing(code_list, level, files)
+        theirs = objdump_listing(files)
+        compare(name, ours, theirs, stats, classes, examples)
+        seen = set()
+        items = {True: [], False: []}
+        for section in ours.values():
+            for data, text, thumb in round_trip_items(section):
+                if (data, text, thumb) not in seen:
+                    seen.add((data, text, thumb))
+                    items[thumb].append((data, text))
+        for thumb in (False, True):
+            if items[thumb]:
+                failures = sweeplib.reassemble(items[thumb], thumb, [march])
+                round_trip["distinct"] += len(items[thumb])
+                for f in failures:
+                    if thumb and len(f[0]) == 2 and IMM3_TWIN.match(f[1]):
+                        round_trip["imm3 twin"] += 1
+                    else:
+                        trip_failures.append((name, march) + f)
+
+    for path, level, march in FIXTURES:
+        run(path, level, march, [os.path.join(source, path)])
+    for variant, level, march in VARIANTS:
+        for library in ("libc.a", "libm.a"):
+            archive = os.path.join(NEWLIB, variant, library)
+            if not os.path.exists(archive):
+                print(f"missing {archive}")
+                return 1
+            with tempfile.TemporaryDirectory() as work:
+                subprocess.run(["arm-none-eabi-ar", "x", archive], cwd=work, check=True)
+                files = sorted(glob.glob(os.path.join(work, "*.o")))
+                if quick:
+                    files = files[::8]
+                stats["members"] += len(files)
+                run(f"{variant or '.'}/{library}", level, march, files)
+
+    unexplained = sum(n for c, n in classes.items() if c.startswith("UNEXPLAINED"))
+    print(f"members {stats['members']}, instructions compared {stats['instructions']}, "
+          f"agree {stats['agree']}, differ in a named class {stats['classed']}, unexplained {unexplained}; "
+          f"data bytes {stats['data bytes']}; floating-point and vector instructions left aside {stats['fp/vector']}")
+    for name, reason, _ in CLASSES:
+        if classes[name]:
+            print(f"  {classes[name]:7d}  {name}: {reason}")
+    for cls, n in classes.most_common():
+        if cls.startswith("UNEXPLAINED"):
+            where, member, address, a, b = examples[cls]
+            print(f"  {n:7d}  {cls}   e.g. {where} {os.path.basename(member)} {address:#x}: ours {a} / objdump {b}")
+    print(f"round trip: {round_trip['distinct'] - len(trip_failures) - round_trip['imm3 twin']} of "
+          f"{round_trip['distinct']} distinct instructions (PC-relative ones aside) assemble back to their bytes; "
+          f"{round_trip['imm3 twin']} are ADDS/SUBS Rd, Rd, #imm3, which the assembler gives its 8-bit twin "
+          f"(the file output writes them raw)")
+    for where, march, data, text, why in trip_failures[:30]:
+        print(f"  {where} ({march}): {data.hex()} '{text}': {why}")
+    return 0 if not unexplained and not trip_failures else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,169 @@
+#!/usr/bin/env python3
+"""Random 32-bit Thumb instructions, our decoding against arm-none-eabi-objdump's.
+
+Usage: t32_sweep_test.py <insn_print> [<-arch name> <objdump machine> <as -march>...]
+
+200,000 random instructions of the core space (fixed seed; the coprocessor,
+floating-point and vector spaces are left out), and PER_FORM more for each
+encoding group (its identifying bits fixed), go into a raw file that insn_print
+and objdump (-M force-thumb) both decode, each instruction alone at its offset.
+
+For every instruction that objdump decodes, we must print the same mnemonic
+(condition and ".w" included) and the same operands (numbers compared as 32-bit
+values, objdump's register aliases read as ours), unless the pair falls in one of
+the named classes below, each with its reason. We must decode nothing that objdump
+calls undefined. The test prints the agreement rate over objdump's decoded
+instructions and fails under TARGET, or on any instruction that we decode and
+objdump does not.
+
+Every decoded instruction but the PC-relative ones (branches, whose targets are
+compared above as addresses) must also assemble alone, with arm-none-eabi-as for
+one of the given architectures, back to the same bytes.
+"""
+import collections
+import os
+import random
+import re
+import subprocess
+import sys
+import tempfile
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+import sweeplib  # noqa: E402
+
+TARGET = 99.5
+RANDOM = 200000
+SEED = 0x7232
+PER_FORM = 2000
+# (group, mask, value) over first halfword << 16 | second halfword.
+FORMS = [
+    ("modified immediate", 0xFA008000, 0xF0000000),
+    ("plain immediate", 0xFA008000, 0xF2000000),
+    ("shifted register", 0xFE000000, 0xEA000000),
+    ("long shift, select", 0xFFF00000, 0xEA500000),
+    ("register", 0xFF00F000, 0xFA00F000),
+    ("multiply", 0xFF800000, 0xFB000000),
+    ("long multiply, divide", 0xFF800000, 0xFB800000),
+    ("load/store multiple", 0xFE400000, 0xE8000000),
+    ("dual, exclusive", 0xFE400000, 0xE8400000),
+    ("load/store single", 0xFE000000, 0xF8000000),
+    ("branch, control", 0xF8008000, 0xF0008000),
+    ("hints, barriers", 0xFFEFD000, 0xF3AF8000),
+    ("msr", 0xFFE0D000, 0xF3808000),
+    ("mrs", 0xFFE0D000, 0xF3E08000),
+    ("loops", 0xF800C001, 0xF000C001),
+    ("branch future", 0xF800F001, 0xF000E001),
+]
+
+
+def core_space(w):
+    first = w >> 16
+    if (first >> 11) < 0x1D:
+        return False
+    if (first & 0xEC00) == 0xEC00:  # coprocessor, floating-point and vector
+        return False
+    if (first & 0xFF10) == 0xF900:  # vector element and structure loads and stores
+        return False
+    return True
+
+
+def instructions():
+    rng = random.Random(SEED)
+    out = []
+    while len(out) < RANDOM:
+        w = ((0x1D + rng.randrange(3)) << 27) | rng.getrandbits(27)
+        if core_space(w):
+            out.append(w)
+    for _, mask, value in FORMS:
+        n = 0
+        while n < PER_FORM:
+            w = (rng.getrandbits(32) & ~mask) | value
+            if core_space(w):
+                out.append(w)
+                n += 1
+    return out
+
+
+PC_RELATIVE = re.compile(r"^(b|bl|blx|bf|bfl|bfx|bflx|bfcsel|wls|wlstp|le|letp|dls|dlstp)"
+                         r"(eq|ne|cs|cc|mi|pl|vs|vc|hi|ls|ge|lt|gt|le)?(\.\w+)?\s")
+
+
+def pc_relative(text):
+    # branches, and loads and preloads from the literal pool
+    return bool(PC_RELATIVE.match(text + " ")) or "[pc" in text
+
+
+def disagreement_class(ours, theirs):
+    """The named classes where our text differs from objdump's on purpose; None
+    when the difference is a fault."""
+    return None
+
+
+def main():
+    printer = sys.argv[1]
+    level = sys.argv[2] if len(sys.argv) > 2 else None
+    machine = sys.argv[3] if len(sys.argv) > 3 else "arm"
+    marches = sys.argv[4:] or ["armv8.1-m.main+mve.fp+fp.dp", "armv8.2-a+crc"]
+    items = instructions()
+    with tempfile.TemporaryDirectory() as work:
+        raw = os.path.join(work, "t32.bin")
+        sweeplib.write_raw(raw, items, thumb=True)
+        args = [printer, raw, "thumb"] + ([level] if level else [])
+        out = subprocess.run(args, check=True, capture_output=True, text=True).stdout
+        theirs = sweeplib.objdump_texts(raw, machine, thumb=True)
+    ours = [line.partition("\t")[2] for line in out.splitlines()]
+    if len(ours) != len(items):
+        print(f"the printer wrote {len(ours)} lines for {len(items)} instructions")
+        return 1
+    theirs_decoded = agree = not_decoded = extra = 0
+    classes = collections.Counter()
+    examples = {}
+    for i, w in enumerate(items):
+        mine = ours[i]
+        other = theirs.get(i * 4, "")
+        we_decode = "undefined opcode" not in mine
+        they_decode = not sweeplib.is_undefined(other)
+        if not they_decode:
+            if we_decode:
+                extra += 1
+                key = f"{mine.split()[0]} where objdump has none"
+                classes[key] += 1
+                examples.setdefault(key, (w, mine, other))
+            continue
+        theirs_decoded += 1
+        if not we_decode:
+            not_decoded += 1
+            key = f"not decoded: {other.split()[0]}"
+            classes[key] += 1
+            examples.setdefault(key, (w, mine, other))
+            continue
+        if sweeplib.normalise(mine) == sweeplib.normalise(other):
+            agree += 1
+            continue
+        named = disagreement_class(mine, other)
+        if named:
+            agree += 1
+            continue
+        key = f"{mine.split()[0]} vs {other.split()[0]}"
+        classes[key] += 1
+        examples.setdefault(key, (w, mine, other))
+    rate = 100.0 * agree / theirs_decoded if theirs_decoded else 100.0
+    print(f"{level or 'any level'} against objdump -m {machine}: {len(items)} instructions, "
+          f"objdump decodes {theirs_decoded}, we agree on {agree} ({rate:.3f} %), "
+          f"we do not decode {not_decoded}, we decode {extra} that objdump calls undefined")
+    for key, n in classes.most_common(60):
+        w, o, t = examples[key]
+        print(f"  {n:6d}  {key}   e.g. {w >> 16:04X} {w & 0xFFFF:04X}: '{o}' / '{t}'")
+
+    picked = [(sweeplib.encoding_bytes(w, True, 4), t) for w, t in zip(items, ours)
+              if "undefined opcode" not in t and not pc_relative(t)]
+    failures = sweeplib.reassemble(picked, True, marches)
+    print(f"re-assembled: {len(picked) - len(failures)} of {len(picked)} decoded instructions "
+          f"(PC-relative ones aside) give their bytes back")
+    for b, t, why in failures[:20]:
+        print(f"  {b.hex()} '{t}': {why}")
+    return 0 if rate >= TARGET and not extra and not failures else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
