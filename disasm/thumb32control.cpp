@@ -299,7 +299,7 @@ void ARMInstructionSetDecoder::decodeThumb32Miscellaneous(uint32_t first, uint32
 void ARMInstructionSetDecoder::decodeThumb32BranchFuture(uint32_t first, uint32_t second)
 {
     if ((architecture != ArmLevel::Any && architecture != ArmLevel::V81MMainline) || inItBlock() ||
-        !bit(second, 0) || bit(first, 10)) {
+        !bit(second, 0)) {
         emitUndefined();
         return;
     }

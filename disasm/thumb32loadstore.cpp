@@ -229,10 +229,10 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreSingle(uint32_t first, uint
     if (imm8Form) {
         const bool index = bit(second, 10), add = bit(second, 9), writeback = bit(second, 8);
         const bool unprivileged = index && add && !writeback;
-        // A subtracted zero written back reads as an added one: no text gives these bytes.
+        // A subtracted zero reads as an added one: no text gives these bytes.
         // M-profile does not load SP with writeback (interrupts may see either value).
         if ((!index && !writeback) || (writeback && rn == rt) || (unprivileged && (rt == 13 || rt == 15)) ||
-            (writeback && !add && imm8 == 0) || (writeback && load && rt == 13 && isMProfile())) {
+            (!add && imm8 == 0) || (writeback && load && rt == 13 && isMProfile())) {
             emitUndefined();
             return;
         }
