@@ -180,6 +180,12 @@ void ARMInstructionSetDecoder::decodeThumb32Miscellaneous(uint32_t first, uint32
             emitUndefined();
             return;
         }
+        // At no particular level the flag and GE fields are written as APSR, which
+        // both the A/R- and the M-profile assembler take for these bytes.
+        if (any && !saved && (mask == 8 || mask == 4 || mask == 12)) {
+            emitSpecialRegisterWrite(mask == 8 ? 2 : (mask == 4 ? 1 : 3), 0, rn);
+            return;
+        }
         emitStatusWrite(saved, int(mask), rn);
         return;
     }
@@ -283,6 +289,10 @@ void ARMInstructionSetDecoder::decodeThumb32Miscellaneous(uint32_t first, uint32
         }
         if (rn != 15 || sysm != 0) {
             emitUndefined();
+            return;
+        }
+        if (any && !saved) {
+            emitSpecialRegisterRead(rd, 0);
             return;
         }
         emitStatusRead(saved, rd);
