@@ -224,6 +224,8 @@ protected:
     // Branch future (T32::FutureOp): branch point and target; condition or register.
     virtual void emitBranchFuture(int op, uint32_t branchPoint, uint32_t target, int conditionOrRm,
                                   uint32_t elseTarget) = 0;
+    // A32 LDRHT, STRHT, LDRSBT, LDRSHT: op an A32::ExtraOp, post-indexed.
+    virtual void emitExtraUnprivileged(int op, int rt, int rn, bool immediate, uint32_t imm8OrRm, bool add) = 0;
 
     // ---- decode state ----
     bool pendingPrefix = false;
@@ -285,4 +287,5 @@ private:
     void decodeArmExtraLoadStore(uint32_t insn);
     void decodeArmMedia(uint32_t insn);
     void decodeArmUnconditional(uint32_t insn);
+    void decodeArmUnconditionalControl(uint32_t insn);
 };

@@ -28,7 +28,8 @@ void ARMInstructionSetDisassembler::emitHintNumber(int hint)
     // The pointer-authentication hints work on the fixed registers r12, lr and sp.
     const char* name = nullptr;
     const char* operands = nullptr;
-    switch (hint) {
+    // In A32 the pointer-authentication hints are plain numbered NOPs.
+    switch (isArm && (hint & 0x0F) >= 0x0D ? -1 : hint) {
     case 0x0D:
         name = "pacbti";
         operands = " r12, lr, sp";

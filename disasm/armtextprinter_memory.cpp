@@ -233,3 +233,22 @@ void ARMInstructionSetDisassembler::emitStoreReturnState(int mode, bool writebac
     put(writeback ? " sp!, " : " sp, ");
     immediate(processorMode);
 }
+
+void ARMInstructionSetDisassembler::emitExtraUnprivileged(int op, int rt, int rn, bool isImmediate, uint32_t imm8OrRm,
+                                                         bool add)
+{
+    static const char* const names[8] = {"", "", "strht", "ldrht", "", "ldrsbt", "", "ldrsht"};
+    mnemonic(names[op & 7]);
+    put(' ');
+    reg(rt);
+    put(", [");
+    reg(rn);
+    put("], ");
+    if (isImmediate) {
+        signedOffset(add, imm8OrRm);
+        return;
+    }
+    if (!add)
+        put('-');
+    reg(int(imm8OrRm));
+}
