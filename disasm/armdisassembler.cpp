@@ -214,7 +214,14 @@ std::map<uint64_t, DataRelocation> relocationsOf(const ElfFile& file, const ElfS
             r.sectionRelative = true;
             r.targetSection = target->index;
             r.targetOffset = uint64_t(int64_t(s->st_value) + addend);
+            // A Thumb code address (a jump table's entry) carries bit 0: the label
+            // stands at the instruction and the expression adds the bit back.
+            const bool thumbBit = (target->sh_flags & SHF_EXECINSTR) && (r.targetOffset & 1);
+            if (thumbBit)
+                r.targetOffset &= ~uint64_t(1);
             r.text = localLabel(target->name, r.targetOffset);
+            if (thumbBit)
+                r.text.append("+1");
         } else {
             if (s->name.empty()) {
                 fputs("can't find symbol for relocation\n", stderr);

@@ -25,11 +25,21 @@ int specialRegisterClass(uint32_t sysm)
     }
 }
 
-// The offset of the branch-future and loop forms: immediate high bits, then
-// second-halfword bits 10..1, then bit 11, in halfwords.
+// The byte offset of the branch-future and loop forms: the high bits, then
+// second-halfword bits 10..1, then bit 11, then a zero bit.
 uint32_t futureOffset(uint32_t high, uint32_t second)
 {
     return (high << 12) | (bits(second, 10, 1) << 2) | (bit(second, 11) << 1);
+}
+
+// The offset of BL and B.W: S:I1:I2:imm10:imm11:'0' with I1 = NOT(J1 XOR S),
+// I2 = NOT(J2 XOR S).
+int32_t wideBranchOffset(uint32_t first, uint32_t second)
+{
+    const uint32_t s = bit(first, 10);
+    const uint32_t i1 = (~(bit(second, 13) ^ s)) & 1;
+    const uint32_t i2 = (~(bit(second, 11) ^ s)) & 1;
+    return signExtend((s << 24) | (i1 << 23) | (i2 << 22) | (bits(first, 9, 0) << 12) | (bits(second, 10, 0) << 1), 25);
 }
 } // namespace
 
@@ -47,13 +57,7 @@ void ARMInstructionSetDecoder::decodeThumb32BranchControl(uint32_t first, uint32
 {
     const uint32_t start = address - 2; // the second half is decoded at its own address
     if (bit(second, 14) && bit(second, 12)) {
-        // BL: I1 = NOT(J1 XOR S), I2 = NOT(J2 XOR S); the offset counts halfwords.
-        const uint32_t s = bit(first, 10);
-        const uint32_t i1 = (~(bit(second, 13) ^ s)) & 1;
-        const uint32_t i2 = (~(bit(second, 11) ^ s)) & 1;
-        const uint32_t imm =
-            (s << 24) | (i1 << 23) | (i2 << 22) | (bits(first, 9, 0) << 12) | (bits(second, 10, 0) << 1);
-        target = start + 4 + uint32_t(signExtend(imm, 25));
+        target = start + 4 + uint32_t(wideBranchOffset(first, second));
         thumbCall = true;
         emitBranchLink(false, target);
         return;
@@ -76,16 +80,11 @@ void ARMInstructionSetDecoder::decodeThumb32BranchControl(uint32_t first, uint32
     }
     if (bit(second, 12)) {
         // B.W: the offset as BL's; inside an IT block only as its last instruction.
-        const uint32_t s = bit(first, 10);
-        const uint32_t i1 = (~(bit(second, 13) ^ s)) & 1;
-        const uint32_t i2 = (~(bit(second, 11) ^ s)) & 1;
-        const uint32_t imm =
-            (s << 24) | (i1 << 23) | (i2 << 22) | (bits(first, 9, 0) << 12) | (bits(second, 10, 0) << 1);
         if (inItBlock() && (itState & 0xF) != 8) {
             emitUndefined();
             return;
         }
-        target = start + 4 + uint32_t(signExtend(imm, 25));
+        target = start + 4 + uint32_t(wideBranchOffset(first, second));
         emitBranchWide(target);
         return;
     }

@@ -109,9 +109,13 @@ TEST(Thumb32Control, BranchesAndControlAsObjdump)
         {ArmLevel::Any, 0xF4BF, 0x8000, "bcs.w 0xFFF3F004"},
         {ArmLevel::V8MBaseline, 0xF000, 0x9000, "b.w 0x00C00004"},
         {ArmLevel::V8MBaseline, 0xF000, 0x8000, "undefined opcode"},
-        {ArmLevel::Any, 0xF380, 0x8C00, "msr CPSR_fs, r0"},
+        {ArmLevel::V7A, 0xF380, 0x8C00, "msr CPSR_fs, r0"},
+        // objdump -m arm: "msr CPSR_fs, r0", "mrs r0, CPSR"; with no level the text is the
+        // one that both the A- and the M-profile assembler turn into these bytes.
+        {ArmLevel::Any, 0xF380, 0x8C00, "msr APSR_nzcvqg, r0"},
+        {ArmLevel::Any, 0xF3EF, 0x8000, "mrs r0, APSR"},
         {ArmLevel::Any, 0xF390, 0x8F00, "msr SPSR_fsxc, r0"},
-        {ArmLevel::Any, 0xF3EF, 0x8000, "mrs r0, CPSR"},
+        {ArmLevel::V7A, 0xF3EF, 0x8000, "mrs r0, CPSR"},
         {ArmLevel::Any, 0xF3FF, 0x8000, "mrs r0, SPSR"},
         {ArmLevel::Any, 0xF3E0, 0x8020, "mrs r0, R8_usr"},
         {ArmLevel::Any, 0xF3EE, 0x8030, "mrs r0, ELR_hyp"},
