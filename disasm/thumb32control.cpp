@@ -223,8 +223,8 @@ void ARMInstructionSetDecoder::decodeThumb32Miscellaneous(uint32_t first, uint32
             return;
         }
         switch (bits(second, 7, 4)) {
-        case 2:
-            if (option == 15) {
+        case 2: // CLREX: not in ARMv6-M
+            if (option == 15 && architecture != ArmLevel::V6M) {
                 emitPlain(T32::Clrex);
                 return;
             }
@@ -380,10 +380,9 @@ void ARMInstructionSetDecoder::decodeThumb32BranchFuture(uint32_t first, uint32_
         emitBranchFuture(T32::Bf, branchPoint, target, 0, 0);
         return;
     }
-    if (second == 0xE001 && rn != 13 && rn != 15) { // BFX, BFLX
-        emitBranchFuture(bit(first, 4) ? T32::Bflx : T32::Bfx, branchPoint, 0, rn, 0);
-        return;
-    }
+    // BFX and BFLX (0b110 and 0b111 with the second halfword 0xE001, as the assembler
+    // writes them) stay undecoded: objdump reads that encoding as undefined, so the
+    // text would have no second opinion; their bytes are kept as data.
     emitUndefined();
 }
 
