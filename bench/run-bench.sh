@@ -47,3 +47,11 @@ echo "DWARF on $dwarf_archive ($dsize bytes)"
 runs=$(( runs / 3 > 5 ? runs / 3 : 5 )) compare dwarf "$dwarf_archive" "-dwarf" \
   "arm-none-eabi-readelf --debug-dump=info,line" "llvm-dwarfdump --debug-info --debug-line"
 echo "peak memory (-dwarf): $(peak "$bin" -dwarf "$dwarf_archive") KiB (limit 3 x input = $(( 3 * dsize / 1024 )) KiB)"
+
+disasm_archive=${DISASM_ARCHIVE:-$newlib/thumb/v7-m/nofp/libstdc++.a}
+dasize=$(stat -c %s "$disasm_archive")
+echo "disassembly of $disasm_archive ($dasize bytes)"
+runs=$(( runs / 6 > 3 ? runs / 6 : 3 )) compare disassemble "$disasm_archive" "-disassemble" \
+  "arm-none-eabi-objdump -d" "llvm-objdump -d --triple=thumbv7m-none-eabi"
+echo "peak memory (-disassemble): $(peak "$bin" -disassemble "$disasm_archive") KiB" \
+  "(limit 2 x input + 16 MiB = $(( (2 * dasize) / 1024 + 16 * 1024 )) KiB)"

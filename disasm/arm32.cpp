@@ -102,12 +102,15 @@ void ARMInstructionSetDecoder::decodeArm(uint32_t insn)
         }
         return;
     }
+    case 6:
+        decodeCoprocessor(insn, false);
+        return;
     case 7:
         if (bit(insn, 24)) {
             emitImmediateOnly(T16::Svc, bits(insn, 23, 0));
             return;
         }
-        emitUndefined();
+        decodeCoprocessor(insn, false);
         return;
     default:
         emitUndefined();
@@ -345,6 +348,10 @@ void ARMInstructionSetDecoder::decodeArmExtraLoadStore(uint32_t insn)
 // The unconditional space (condition 0b1111): BLX (immediate), the barriers and PLD.
 void ARMInstructionSetDecoder::decodeArmUnconditional(uint32_t insn)
 {
+    if (bits(insn, 27, 25) == 6 || bits(insn, 27, 24) == 0xE) {
+        decodeCoprocessor(insn, true);
+        return;
+    }
     if (bits(insn, 27, 25) == 5 && hasV5()) {
         // H (bit 24) adds a halfword to the word offset: the target is Thumb code.
         const uint32_t imm = (bits(insn, 23, 0) << 2) | (bit(insn, 24) << 1);

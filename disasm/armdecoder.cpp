@@ -88,3 +88,11 @@ bool ARMInstructionSetDecoder::hasSecurityExtension() const
 {
     return architecture == ArmLevel::Any || architecture >= ArmLevel::V8MBaseline;
 }
+
+bool ARMInstructionSetDecoder::hasV81M() const
+{
+    // Not at level Any: these encodings reuse register fields that the older levels
+    // leave unpredictable, and only a v8.1-M target reads them this way.
+    return architecture == ArmLevel::V81MMainline;
+}
+

@@ -181,7 +181,54 @@ protected:
     virtual void emitStatusWrite(bool saved, int mask, int rn) = 0;
     virtual void emitStatusWriteImmediate(bool saved, int mask, uint32_t imm12) = 0;
     virtual void emitPreload(int rn, uint32_t imm12, bool add) = 0;
+    // Generic coprocessor forms, A32 and 32-bit Thumb ("two": the cdp2/mcr2/ldc2... encodings).
+    virtual void emitCoprocessorData(bool two, int coproc, int opc1, int crd, int crn, int crm, int opc2) = 0;
+    virtual void emitCoprocessorRegister(bool two, bool load, int coproc, int opc1, int rt, int crn, int crm,
+                                         int opc2) = 0;
+    virtual void emitCoprocessorRegisterPair(bool two, bool load, int coproc, int opc1, int rt, int rt2, int crm) = 0;
+    virtual void emitCoprocessorLoadStore(bool two, bool load, bool longForm, int coproc, int crd, int rn,
+                                          uint32_t imm8, bool index, bool add, bool writeback) = 0;
     // 32-bit Thumb data-processing, multiply and shared A32 media forms (thumb32data.cpp).
+    // Operation codes of these forms.
+    // Data processing: bits 8..5 of the first halfword. A compare has rd 15, a move rn 15.
+    enum ThumbDataOp { TAnd = 0, TBic = 1, TOrr = 2, TOrn = 3, TEor = 4, TAdd = 8, TAdc = 10, TSbc = 11, TSub = 13,
+                       TRsb = 14 };
+    // M-profile long shifts; the register forms of the saturating rounding shifts carry
+    // their saturation bit count (48 or 64) in `amount`.
+    enum LongShiftOp { Lsll, Lsrl, Asrl, Uqshll, Urshrl, Srshrl, Sqshll, Uqshl, Urshr, Srshr, Sqshl, Uqrshll, Sqrshrl,
+                       Uqrshl, Sqrshr };
+    // Halfword multiplies.
+    enum HalfwordMultiplyOp { Smla, Smul, Smlaw, Smulw, Smlal };
+    // Dual, most-significant-word, sum-of-differences multiplies and the divides.
+    enum MediaMultiplyOp { Smlad, Smuad, Smlsd, Smusd, Smlald, Smlsld, Smmla, Smmul, Smmls, Usada8, Usad8, Sdiv, Udiv };
+    enum PointerAuthOp { Pacg, Autg, Bxaut };
+    // T32 data processing with a modified immediate, already expanded.
+    virtual void emitThumbDataImmediate(int op, bool setFlags, int rd, int rn, uint32_t value) = 0;
+    // ADDW/SUBW with a plain 12-bit immediate (rn 15: from the PC).
+    virtual void emitThumbWideAddSubtract(bool subtract, int rd, int rn, uint32_t imm12) = 0;
+    // T32 data processing with a register shifted by an immediate.
+    virtual void emitThumbDataRegister(int op, bool setFlags, int rd, int rn, int rm, int type, int imm5) = 0;
+    // rdaHi -1 for the 32-bit forms; rm -1 for the immediate forms.
+    virtual void emitLongShift(int op, int rdaLo, int rdaHi, int rm, int amount) = 0;
+    // op: bits 14..12 of the second halfword (csel, csinc, csinv, csneg).
+    virtual void emitConditionalSelect(int op, int rd, int rn, int rm, int cond) = 0;
+    // T32 shift by a register (type as A32::ShiftType).
+    virtual void emitShiftRegister(int type, bool setFlags, int rd, int rn, int rm) = 0;
+    // qadd, qsub, qdadd, qdsub (A32 bits 22..21 order: qadd, qsub, qdadd, qdsub).
+    virtual void emitSaturatingArithmetic(int op, int rd, int rm, int rn) = 0;
+    // prefix: s, q, sh, u, uq, uh; op: add8, add16, asx, -, sub8, sub16, sax (T32 bits 22..20).
+    virtual void emitParallelArithmetic(int prefix, int op, int rd, int rn, int rm) = 0;
+    // size: 0 byte, 1 halfword, 2 word.
+    virtual void emitCrc32(bool castagnoli, int size, int rd, int rn, int rm) = 0;
+    // Smlal: rd is RdLo and ra RdHi.
+    virtual void emitHalfwordMultiply(int op, bool nTop, bool mTop, int rd, int rn, int rm, int ra) = 0;
+    // variant: the "x" (exchange) or "r" (round) form; Smlald/Smlsld: rd is RdLo and ra RdHi.
+    virtual void emitMediaMultiply(int op, bool variant, int rd, int rn, int rm, int ra) = 0;
+    virtual void emitPack(bool top, int rd, int rn, int rm, int imm5) = 0;
+    virtual void emitSaturate16(bool isUnsigned, int rd, int saturateTo, int rn) = 0;
+    virtual void emitSelectBytes(int rd, int rn, int rm) = 0;
+    virtual void emitReverseBits(int rd, int rm) = 0;
+    virtual void emitPointerAuthentication(int op, int rd, int rn, int rm) = 0;
     // 32-bit Thumb loads, stores, branches and control forms (thumb32loadstore.cpp,
     // thumb32control.cpp).
     // Single loads and stores: op is a T16::LoadStoreOp code; rn 15 is the literal form.
@@ -252,6 +299,11 @@ protected:
     bool hasV5() const;
     bool isMProfile() const;
     bool hasSecurityExtension() const;
+    // The 32-bit Thumb set is whole at every level that has it: extensions such as
+    // DSP, divide or CRC32 are not told apart by level. Only where one encoding
+    // means two things does the level choose.
+    // The v8.1-M mainline additions (long shifts, conditional selects), at that level only.
+    bool hasV81M() const;
 
 private:
     void decodeArm(uint32_t insn);
@@ -266,6 +318,8 @@ private:
     void decodeThumb32DataRegister(uint32_t first, uint32_t second);
     void decodeThumb32Multiply(uint32_t first, uint32_t second);
     void decodeThumb32LongMultiply(uint32_t first, uint32_t second);
+    bool decodeLongShiftFields(uint32_t first, uint32_t second, int& op, int& rdaLo, int& rdaHi, int& rm,
+                               int& amount) const;
     void decodeThumb32LoadStoreMultiple(uint32_t first, uint32_t second);
     void decodeThumb32LoadStoreDualExclusive(uint32_t first, uint32_t second);
     void decodeThumb32LoadStoreSingle(uint32_t first, uint32_t second);
@@ -278,6 +332,7 @@ private:
     bool hintAllowed(uint32_t hint) const;
     bool barrierAllowed(int op, int option) const;
     bool bankedRegisterAllowed(bool saved, int sysm) const;
+    void decodeThumb32Coprocessor(uint32_t first, uint32_t second);
     // Encoding families (one file each).
     void decodeThumb16(uint32_t insn);
     void decodeThumb16Misc(uint32_t insn);
@@ -288,4 +343,5 @@ private:
     void decodeArmMedia(uint32_t insn);
     void decodeArmUnconditional(uint32_t insn);
     void decodeArmUnconditionalControl(uint32_t insn);
+    void decodeCoprocessor(uint32_t insn, bool two);
 };

@@ -177,10 +177,10 @@ struct DataRelocation {
 };
 
 // The relocations of one section by offset, for the words they patch.
-std::map<uint64_t, DataRelocation> relocationsOf(const ElfFile& file, const ElfSection& section)
+std::map<uint64_t, DataRelocation> relocationsOf(const ElfFile& file, const ElfSection& section,
+                                                const ElfSection* rel)
 {
     std::map<uint64_t, DataRelocation> result;
-    const ElfSection* rel = file.relocationSectionFor(&section);
     if (!rel || !rel->data)
         return result;
     const bool little = file.isLittleEndian();
@@ -214,11 +214,10 @@ std::map<uint64_t, DataRelocation> relocationsOf(const ElfFile& file, const ElfS
             r.sectionRelative = true;
             r.targetSection = target->index;
             r.targetOffset = uint64_t(int64_t(s->st_value) + addend);
-            // A Thumb code address (a jump table's entry) carries bit 0: the label
-            // stands at the instruction and the expression adds the bit back.
+            // A Thumb code address carries bit 0 set: the label goes on the
+            // instruction itself and the word adds the 1.
             const bool thumbBit = (target->sh_flags & SHF_EXECINSTR) && (r.targetOffset & 1);
-            if (thumbBit)
-                r.targetOffset &= ~uint64_t(1);
+            r.targetOffset &= ~uint64_t(thumbBit);
             r.text = localLabel(target->name, r.targetOffset);
             if (thumbBit)
                 r.text.append("+1");
@@ -263,6 +262,14 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
         line.str(buf);
     };
     const bool little = file.isLittleEndian();
+    auto hexLine = [&](std::string_view prefix, uint32_t value, int digits, bool upper) {
+        line.str(prefix);
+        if (upper)
+            line.hex(value, digits);
+        else
+            line.hexLower(value, digits);
+        line.ch('\n');
+    };
     // One unit of data at `offset`: the word a relocation names, else the widest of
     // word, halfword and byte that fits in what is left. Code sections write their
     // numbers in upper case, data sections in lower case. Returns the bytes written.
@@ -270,21 +277,21 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
     auto dataUnit = [&](const std::map<uint64_t, DataRelocation>& relocs, const uint8_t* p, uint64_t offset,
                         uint64_t left, bool upper) -> uint64_t {
         if (listing)
-            print("%08X", unsigned(listedAddress));
+            line.hex(listedAddress, 8);
         auto rel = relocs.find(offset);
         if (rel != relocs.end() && left >= 4) {
-            print("\t.word %s\n", rel->second.text.c_str());
+            line.str("\t.word ").str(rel->second.text).ch('\n');
             return 4;
         }
         if (left >= 4) {
-            print(upper ? "\t.word 0x%08X\n" : "\t.word 0x%08x\n", readFileWord(p, little));
+            hexLine("\t.word 0x", readFileWord(p, little), 8, upper);
             return 4;
         }
         if (left >= 2) {
-            print(upper ? "\t.short 0x%04X\n" : "\t.short 0x%04x\n", readFileHalf(p, little));
+            hexLine("\t.short 0x", readFileHalf(p, little), 4, upper);
             return 2;
         }
-        print(upper ? "\t.byte 0x%02X\n" : "\t.byte 0x%02x\n", unsigned(p[0]));
+        hexLine("\t.byte 0x", p[0], 2, upper);
         return 1;
     };
     MyARMInstructionSetDisassembler& d = *decoder_;
@@ -293,13 +300,27 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
 
     // Every section's data-word relocations, and the local labels the section-relative
     // ones need in their target sections.
-    std::vector<std::map<uint64_t, DataRelocation>> relocations(size_t(file.sectionCount()));
+    // A member of a C++ library has thousands of sections: every per-section table
+    // is made in one pass over them.
+    const size_t count = size_t(std::max(file.sectionCount(), 0));
+    std::vector<const ElfSection*> relocationSection(count, nullptr);
+    std::vector<std::vector<const ElfSymbol*>> sectionSymbols(count);
+    for (size_t i = 0; i < count; ++i) {
+        const ElfSection* s = file.sectionAt(int(i));
+        if (s && (s->sh_type == ElfSht::SHT_REL || s->sh_type == ElfSht::SHT_RELA) && s->sh_info < count &&
+            !relocationSection[s->sh_info])
+            relocationSection[s->sh_info] = s;
+    }
+    for (const ElfSymbol* s : file.definedSymbols())
+        if (const ElfSection* sec = file.sectionOfSymbol(s); sec && sec->index < count && emittedSymbol(s))
+            sectionSymbols[sec->index].push_back(s);
+    std::vector<std::map<uint64_t, DataRelocation>> relocations(count);
     std::set<std::pair<uint32_t, uint64_t>> labels;
-    for (int i = 0; i < file.sectionCount(); ++i) {
-        const ElfSection* s = file.sectionAt(i);
+    for (size_t i = 0; i < count; ++i) {
+        const ElfSection* s = file.sectionAt(int(i));
         if (!s || !(s->sh_flags & SHF_ALLOC))
             continue;
-        relocations[size_t(i)] = relocationsOf(file, *s);
+        relocations[i] = relocationsOf(file, *s, relocationSection[i]);
         for (const auto& [offset, r] : relocations[size_t(i)])
             if (r.sectionRelative)
                 labels.emplace(r.targetSection, r.targetOffset);
@@ -308,9 +329,8 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
     // The symbols of one section, by address.
     auto symbolsOf = [&](const ElfSection* section) {
         std::vector<const ElfSymbol*> list;
-        for (const ElfSymbol* s : file.definedSymbols())
-            if (file.sectionOfSymbol(s) == section && emittedSymbol(s))
-                list.push_back(s);
+        if (section->index < count)
+            list.swap(sectionSymbols[section->index]);
         std::stable_sort(list.begin(), list.end(),
                          [](const ElfSymbol* a, const ElfSymbol* b) { return a->address() < b->address(); });
         return list;
@@ -369,24 +389,23 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
                 line.str(localLabel(sec->name, offset)).str(":\n");
             while (!listing && nextSymbol < symbols.size() && symbols[nextSymbol]->address() <= addr) {
                 const ElfSymbol* s = symbols[nextSymbol++];
-                const std::string name(s->name);
                 auto a = dynamic_cast<const ARMElfSymbol*>(s);
                 const bool thumbFunction = a && a->kind == ARMElfSymbol::ThumbCode && s->type() == 2;
                 if (s->binding() != 0) {
-                    print("\n\t.global %s\n", name.c_str());
+                    line.str("\n\t.global ").str(s->name).ch('\n');
                     if (thumbFunction)
                         line.str("\t.thumb_func\n");
                     if (s->type() == 2)
-                        print("\t.type %s, function\n", name.c_str());
+                        line.str("\t.type ").str(s->name).str(", function\n");
                 } else {
                     if (thumbFunction)
                         line.str("\t.thumb_func\n");
                     // A local function keeps its type: the assembler then relocates
                     // words naming it against the function itself, not its section.
                     if (s->type() == 2)
-                        print("\t.type %s, function\n", name.c_str());
+                        line.str("\t.type ").str(s->name).str(", function\n");
                 }
-                print("%s:\n", name.c_str());
+                line.str(s->name).str(":\n");
             }
             // Where the current stretch ends: the next mapping symbol or the section end.
             const uint64_t stretchEnd =
@@ -410,19 +429,19 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
             if (!done) {
                 // Too short for an instruction: the bytes as they are.
                 if (listing)
-                    print("%08X", unsigned(addr));
+                    line.hex(addr, 8);
                 if (left >= 2) {
-                    print("\t.short 0x%04X\n", readFileHalf(p, little));
+                    hexLine("\t.short 0x", readFileHalf(p, little), 4, true);
                     offset += 2;
                 } else {
-                    print("\t.byte 0x%02X\n", unsigned(p[0]));
+                    hexLine("\t.byte 0x", p[0], 2, true);
                     offset += 1;
                 }
                 continue;
             }
             const char* insn = text + 12;
             if (listing) {
-                print("%08X  ", unsigned(addr));
+                line.hex(addr, 8).str("  ");
                 line.str(text).str("\n");
                 offset += length;
                 continue;
@@ -433,13 +452,13 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
             if (twin || strstr(insn, "undefined opcode") || strstr(insn, "???")) {
                 // Encodings without a mnemonic keep their bytes and stay code.
                 if (!thumb)
-                    print("\t.inst 0x%08X\n", readWord(p));
+                    hexLine("\t.inst 0x", readWord(p), 8, true);
                 else if (wide)
-                    print("\t.inst.w 0x%04X%04X\n", first, readHalf(p + 2));
+                    hexLine("\t.inst.w 0x", first << 16 | readHalf(p + 2), 8, true);
                 else
-                    print("\t.inst.n 0x%04X\n", first);
+                    hexLine("\t.inst.n 0x", first, 4, true);
             } else {
-                print("\t%s\n", insn);
+                line.ch('\t').str(insn).ch('\n');
             }
             offset += length;
         }

@@ -284,7 +284,7 @@ void ARMInstructionSetDisassembler::emitReverse(int op, int rd, int rm)
     }
     static const char* const names[4] = {"rev", "rev16", "", "revsh"};
     mnemonic(names[op]);
-    put(' ');
+    put(wideThumb() ? ".w " : " ");
     reg(rd);
     separator();
     reg(rm);
@@ -521,7 +521,7 @@ void ARMInstructionSetDisassembler::emitMultiply(int op, bool setFlags, int rd, 
     static const char* const names[8] = {"mul", "mla", "umaal", "mls", "umull", "umlal", "smull", "smlal"};
     static const char* const flagNames[8] = {"muls", "mlas", "umaal", "mls", "umulls", "umlals", "smulls", "smlals"};
     mnemonic(setFlags ? flagNames[op] : names[op]);
-    put(' ');
+    put(wideThumb() && op == A32::Mul ? ".w " : " ");
     if (op == A32::Umaal || op >= A32::Umull) { // RdLo, RdHi, Rn, Rm
         reg(ra);
         separator();
@@ -674,7 +674,8 @@ void ARMInstructionSetDisassembler::emitExtendRotate(int op, int rd, int rn, int
     static const char* const names[8] = {"sxtb16", "", "sxtb", "sxth", "uxtb16", "", "uxtb", "uxth"};
     static const char* const adding[8] = {"sxtab16", "", "sxtab", "sxtah", "uxtab16", "", "uxtab", "uxtah"};
     mnemonic(rn == 15 ? names[op & 7] : adding[op & 7]);
-    put(' ');
+    // The 32-bit Thumb byte and halfword extends have 16-bit twins.
+    put(wideThumb() && rn == 15 && (op & 2) ? ".w " : " ");
     reg(rd);
     separator();
     if (rn != 15) {

@@ -92,6 +92,30 @@ protected:
     void literalOperand(uint32_t offset, bool add, int size);
     // The rest of "[rn" with an immediate offset: offset, pre-index or post-index.
     void offsetAddressing(uint32_t imm, bool index, bool add, bool writeback);
+    // Generic coprocessor forms.
+    void emitCoprocessorData(bool two, int coproc, int opc1, int crd, int crn, int crm, int opc2) override;
+    void emitCoprocessorRegister(bool two, bool load, int coproc, int opc1, int rt, int crn, int crm,
+                                 int opc2) override;
+    void emitCoprocessorRegisterPair(bool two, bool load, int coproc, int opc1, int rt, int rt2, int crm) override;
+    void emitCoprocessorLoadStore(bool two, bool load, bool longForm, int coproc, int crd, int rn, uint32_t imm8,
+                                  bool index, bool add, bool writeback) override;
+    // 32-bit Thumb data processing, multiplies and the shared A32 media forms.
+    void emitThumbDataImmediate(int op, bool setFlags, int rd, int rn, uint32_t value) override;
+    void emitThumbWideAddSubtract(bool subtract, int rd, int rn, uint32_t imm12) override;
+    void emitThumbDataRegister(int op, bool setFlags, int rd, int rn, int rm, int type, int imm5) override;
+    void emitLongShift(int op, int rdaLo, int rdaHi, int rm, int amount) override;
+    void emitConditionalSelect(int op, int rd, int rn, int rm, int cond) override;
+    void emitShiftRegister(int type, bool setFlags, int rd, int rn, int rm) override;
+    void emitSaturatingArithmetic(int op, int rd, int rm, int rn) override;
+    void emitParallelArithmetic(int prefix, int op, int rd, int rn, int rm) override;
+    void emitCrc32(bool castagnoli, int size, int rd, int rn, int rm) override;
+    void emitHalfwordMultiply(int op, bool nTop, bool mTop, int rd, int rn, int rm, int ra) override;
+    void emitMediaMultiply(int op, bool variant, int rd, int rn, int rm, int ra) override;
+    void emitPack(bool top, int rd, int rn, int rm, int imm5) override;
+    void emitSaturate16(bool isUnsigned, int rd, int saturateTo, int rn) override;
+    void emitSelectBytes(int rd, int rn, int rm) override;
+    void emitReverseBits(int rd, int rm) override;
+    void emitPointerAuthentication(int op, int rd, int rn, int rm) override;
 
     // ---- hooks for the subclasses ----
     // The target of a branch; by default "0x" and at least eight hex digits.
@@ -158,6 +182,7 @@ protected:
     void reg(int r);
     void separator() { put(", "); }
     void registerList(uint32_t registers);
+    void coprocessorRegister(int n);
     // "#n" for an unsigned magnitude, "#-n" when subtracted (so "#-0" stays visible).
     void signedOffset(bool add, uint32_t magnitude);
     // The mnemonic and destination of an A32 data-processing form, with the
@@ -170,6 +195,12 @@ protected:
     static const char* thumbLoadStoreName(int op);
     // The flag-setting spelling outside IT blocks, the plain one inside.
     const char* setFlags(const char* flagSetting, const char* plain) { return inItBlock() ? plain : flagSetting; }
+    // True while printing a 32-bit Thumb instruction (its second half is being decoded).
+    bool wideThumb() const { return !isArm && address != instructionStart; }
+    // Register operands separated by ", ".
+    void registers(int a, int b);
+    void registers(int a, int b, int c);
+    void registers(int a, int b, int c, int d);
     // Address of the current instruction (the first half of a 32-bit Thumb instruction).
     uint32_t instructionAddress() const;
 };

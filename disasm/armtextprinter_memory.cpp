@@ -66,13 +66,13 @@ void ARMInstructionSetDisassembler::emitLoadStoreWide(int op, int rt, int rn, ui
 
 void ARMInstructionSetDisassembler::offsetAddressing(uint32_t imm, bool index, bool add, bool writeback)
 {
-    // "[rn]", "[rn, #imm]", "[rn, #imm]!", "[rn], #imm"; "#-0" stays visible.
+    // "[rn]", "[rn, #imm]", "[rn, #imm]!", "[rn]!", "[rn], #imm"; "#-0" stays visible.
     if (!index) {
         put("], ");
         signedOffset(add, imm);
         return;
     }
-    if (imm != 0 || !add || writeback) {
+    if (imm != 0 || !add) {
         separator();
         signedOffset(add, imm);
     }

@@ -81,8 +81,8 @@ void ARMInstructionSetDecoder::decodeThumb32(uint32_t first, uint32_t second)
             decodeThumb32LoadStoreDualExclusive(first, second);
         else if ((op2 & 0x60) == 0x20)
             decodeThumb32DataShiftedRegister(first, second);
-        else // coprocessor, floating-point and vector space
-            emitUndefined();
+        else
+            decodeThumb32Coprocessor(first, second);
         return;
     case 2:
         if (bit(second, 15))
@@ -103,11 +103,23 @@ void ARMInstructionSetDecoder::decodeThumb32(uint32_t first, uint32_t second)
             decodeThumb32Multiply(first, second);
         else if ((op2 & 0x78) == 0x38)
             decodeThumb32LongMultiply(first, second);
-        else // coprocessor, floating-point and vector space
-            emitUndefined();
+        else
+            decodeThumb32Coprocessor(first, second);
         return;
     default:
         emitUndefined();
         return;
     }
+}
+
+void ARMInstructionSetDecoder::decodeThumb32Coprocessor(uint32_t first, uint32_t second)
+{
+    // The M profile keeps the conditional coprocessor encodings for its
+    // floating-point, vector and custom-datapath extensions: only the
+    // unconditional ones (cdp2, mcr2, ldc2...) are generic there.
+    if (isMProfile() && !bit(first, 12)) {
+        emitUndefined();
+        return;
+    }
+    decodeCoprocessor(first << 16 | second, bit(first, 12));
 }

@@ -57,10 +57,13 @@ FIXTURES = [
     ("tests/fixtures/disasm/t32-v7m.o", "v7M", "armv7-m"),
     ("tests/fixtures/disasm/t32-v7em.o", "v7EM", "armv7e-m"),
     ("tests/fixtures/disasm/t32-v8m-base.o", "v8M_Baseline", "armv8-m.main"),
-    ("tests/fixtures/disasm/t32-v8m-main.o", "v8M_Mainline", "armv8-m.main"),
-    ("tests/fixtures/disasm/t32-v81m.o", "v8.1M_Mainline", "armv8.1-m.main"),
+    ("tests/fixtures/disasm/t32-v8m-main.o", "v8M_Mainline", "armv8-m.main+dsp"),
+    ("tests/fixtures/disasm/t32-v81m.o", "v8.1M_Mainline", "armv8.1-m.main+mve.fp+fp.dp+pacbti"),
     ("tests/fixtures/disasm/mixed.o", "-", "armv7-a"),
     ("tests/fixtures/elf/thumb.o", "v7M", "armv7-m"),
+    ("tests/fixtures/disasm/it-blocks.o", "v7M", "armv7-m"),
+    ("tests/fixtures/disasm/conditions.o", "v7A", "armv7-a"),
+    ("tests/fixtures/disasm/registers.o", "v7A", "armv7-a"),
 ]
 
 FP_VECTOR_OLD = {"fmrx", "fmxr", "fmstat", "fldmiax", "fldmdbx", "fstmiax", "fstmdbx", "fmdrr", "fmrrd"}

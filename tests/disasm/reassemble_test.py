@@ -4,15 +4,17 @@
 Usage: reassemble_test.py <elfdwarfdump> <source dir>
 
 Besides the fixtures, every member of newlib's ARMv6-M C library (pure 16-bit
-Thumb and BL, when the toolchain has it) and of its top-level A32 C library must
-give back the bytes of its code sections.
+Thumb and BL, when the toolchain has it) and of its top-level A32 C library, and
+every second member of its ARMv7-M C library (Thumb-2), must give back the bytes
+of its code sections.
 
 For each fixture, the tool's output (with the " <name>" annotations removed) is fed
-to arm-none-eabi-as, and the contents of every section of the original object are
-compared with the re-assembled one by arm-none-eabi-objcopy.
+to arm-none-eabi-as, and the contents of every allocated section of the original
+object are compared with the re-assembled one's, read from their section headers.
 """
 import os
 import re
+import struct
 import subprocess
 import sys
 import tempfile
@@ -31,28 +33,45 @@ FIXTURES = [
     ("tests/fixtures/disasm/a32-v5te.o", "armv7-a"),
     ("tests/fixtures/disasm/a32-v6.o", "armv7-a"),
     ("tests/fixtures/disasm/a32-v8.o", "armv8-a"),
+    ("tests/fixtures/disasm/t32-v7m.o", "armv7-m"),
+    ("tests/fixtures/disasm/t32-v7em.o", "armv7e-m"),
+    ("tests/fixtures/disasm/t32-v8m-base.o", "armv8-m.main"),
+    ("tests/fixtures/disasm/t32-v8m-main.o", "armv8-m.main+dsp"),
+    ("tests/fixtures/disasm/t32-v81m.o", "armv8.1-m.main+mve.fp+fp.dp+pacbti"),
+    ("tests/fixtures/disasm/it-blocks.o", "armv7-m"),
+    ("tests/fixtures/disasm/conditions.o", "armv7-a"),
+    ("tests/fixtures/disasm/registers.o", "armv7-a"),
 ]
+
+# Thumb-2 code: every second member of the ARMv7-M C library.
+NEWLIB_V7M = "/usr/lib/arm-none-eabi/newlib/thumb/v7-m/nofp/libc.a"
 
 # The A32 C library (ARMv4T code): every SAMPLE_STEP-th member, sorted by name.
 NEWLIB_A32 = "/usr/lib/arm-none-eabi/newlib/libc.a"
 SAMPLE_STEP = 1
 
 
-def section_bytes(obj, name, workdir):
-    out = os.path.join(workdir, "section.bin")
-    subprocess.run(["arm-none-eabi-objcopy", "-O", "binary", "--only-section=" + name, obj, out], check=True)
-    with open(out, "rb") as f:
-        return f.read()
+def progbits_sections(obj):
+    """{name: contents} of the allocated PROGBITS sections of a 32-bit ELF object,
+    read from its section headers (either byte order)."""
+    with open(obj, "rb") as f:
+        data = f.read()
+    order = "<" if data[5] == 1 else ">"
+    shoff, = struct.unpack_from(order + "I", data, 32)
+    shentsize, shnum, shstrndx = struct.unpack_from(order + "HHH", data, 46)
+    headers = [struct.unpack_from(order + "IIIIIIIIII", data, shoff + i * shentsize) for i in range(shnum)]
+    names = headers[shstrndx]
 
+    def name_of(offset):
+        start = names[4] + offset
+        return data[start:data.index(b"\0", start)].decode()
 
-def alloc_sections(obj):
-    text = subprocess.run(["arm-none-eabi-readelf", "-SW", obj], check=True, capture_output=True, text=True).stdout
-    names = []
-    for line in text.splitlines():
-        m = re.match(r"\s*\[\s*\d+\]\s+(\S+)\s+(PROGBITS)\s+\S+\s+\S+\s+\S+\s+\S+\s+(\S*)", line)
-        if m and "A" in m.group(3):
-            names.append(m.group(1))
-    return names
+    out = {}
+    for h in headers:
+        # sh_type 1 is PROGBITS; flag 2 is SHF_ALLOC
+        if h[1] == 1 and h[2] & 2:
+            out[name_of(h[0])] = data[h[4]:h[4] + h[5]]
+    return out
 
 
 def main():
@@ -65,6 +84,12 @@ def main():
             os.mkdir(members)
             subprocess.run(["arm-none-eabi-ar", "x", NEWLIB_V6M], cwd=members, check=True)
             for name in sorted(os.listdir(members)):
+                objects.append((os.path.join(members, name), "armv7-m", "code"))
+        if os.path.exists(NEWLIB_V7M):
+            members = os.path.join(work, "newlib-v7m")
+            os.mkdir(members)
+            subprocess.run(["arm-none-eabi-ar", "x", NEWLIB_V7M], cwd=members, check=True)
+            for name in sorted(os.listdir(members))[::2]:
                 objects.append((os.path.join(members, name), "armv7-m", "code"))
         if os.path.exists(NEWLIB_A32):
             members = os.path.join(work, "newlib-a32")
@@ -87,12 +112,13 @@ def main():
                 print(f"{fixture}: the output does not assemble:\n{r.stderr}")
                 failures += 1
                 continue
-            names = alloc_sections(path)
+            original, rebuilt = progbits_sections(path), progbits_sections(obj)
+            names = list(original)
             if only == "code":
                 names = re.findall(r'\.section (\S+?),"ax"', listing)
             for name in names:
-                want = section_bytes(path, name, work)
-                got = section_bytes(obj, name, work)
+                want = original.get(name, b"")
+                got = rebuilt.get(name, b"")
                 if want != got:
                     failures += 1
                     for i in range(0, max(len(want), len(got)), 2):

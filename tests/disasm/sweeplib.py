@@ -16,6 +16,7 @@ ALIASES = {"sl": "r10", "fp": "r11", "ip": "r12", "r13": "sp", "r14": "lr", "r15
            "un": "nsh", "unst": "nshst", "sh": "ish", "shst": "ishst"}
 _ALIAS = re.compile(r"\b(" + "|".join(ALIASES) + r")\b")
 NUMBER = re.compile(r"#?(-?)(0x[0-9a-fA-F]+|[0-9]+)\b")
+COPROCESSOR = re.compile(r"^(cdp|mcr|mrc|mcrr|mrrc|ldc|stc)2?l?")
 UNDEFINED_MARKS = ("undefined", "UNDEFINED", "<illegal")
 
 
@@ -59,6 +60,14 @@ def normalise(text):
                        if n.group(0).startswith("#") else str(_number(n.group(2))), o)
         # objdump writes some shifts and rotations in capitals ("ROR #24")
         out.append(o.replace(" ", "").lower())
+    if COPROCESSOR.match(mnemonic) and out:
+        # objdump writes the coprocessor as a bare number, its registers as "cr<n>"
+        # and the second opcode in braces; the assembler's "p<n>", "c<n>" and plain
+        # number are the same operands.
+        out[0] = out[0] if out[0].startswith("p") else "p" + out[0]
+        out = [re.sub(r"\bcr(\d+)", r"c\1", o) for o in out]
+        if not mnemonic.startswith(("ldc", "stc")) and re.fullmatch(r"\{\d+\}", out[-1]):
+            out[-1] = out[-1][1:-1]
     # objdump writes branch targets, svc and bkpt numbers without "#"
     return mnemonic, [o.lstrip("#") if re.fullmatch(r"#\d+", o) else o for o in out]
 
@@ -149,3 +158,150 @@ def _assemble_once(picked, thumb, march):
         if back != b:
             bad.append((b, t, "re-assembled as " + (back.hex() if back else "nothing")))
     return [], bad
+
+
+def coprocessor_class(ours, theirs):
+    """The named differences of the generic coprocessor forms; None for others."""
+    if not ours.split() or not theirs.split():
+        return None
+    if (COPROCESSOR.match(ours.split()[0]) and not COPROCESSOR.match(theirs.split()[0])
+            and re.match(r"\S+ p[0-6],", ours)):
+        # objdump names the transfers of the old FPA (p1, p2) and Maverick (p4 to
+        # p6) coprocessors after those units; we print the generic form, which
+        # assembles to the same word (the sweeps re-assemble it)
+        return "legacy coprocessor names"
+    if (re.match(r"(ldc|stc)", ours) and re.search(r"(\[\w+, #-?0\]!|\], #-?0)$", ours)
+            and theirs.split()[0] == ours.split()[0]):
+        # objdump drops a zero offset together with its writeback; the offset and
+        # the "!" we keep are what assembles back to the same word
+        return "zero offset with writeback"
+    return None
+
+
+FP_VECTOR_OLD = {"fmrx", "fmxr", "fmstat", "fldmiax", "fldmdbx", "fstmiax", "fstmdbx", "fmdrr", "fmrrd"}
+
+
+def fp_vector(text):
+    """objdump's floating-point and vector instructions (their decoder comes later)."""
+    m = text.split()[0] if text.split() else ""
+    return m.startswith("v") or m in FP_VECTOR_OLD or re.search(r"\b(p10|p11|cp10|cp11)\b", text) is not None
+
+
+# objdump's branches print absolute targets, which a lone re-assembly cannot place.
+BRANCH_TEXT = re.compile(r"^(b|bl|blx|bf\w*|wls\w*|dls\w*|le\w*|cbn?z)(eq|ne|cs|cc|mi|pl|vs|vc|hi|ls|ge|lt|gt|le)?"
+                         r"(\.w)?\s")
+
+
+def assembler_text(text):
+    """objdump's text in the assembler's syntax, comments dropped."""
+    text = text.split("@")[0].split(";")[0].strip()
+    parts = text.split(None, 1)
+    if parts and COPROCESSOR.match(parts[0]) and len(parts) > 1:
+        ops = parts[1]
+        ops = re.sub(r"^(\d+),", r"p\1,", ops)
+        ops = re.sub(r"\bcr(\d+)", r"c\1", ops)
+        if not parts[0].startswith(("ldc", "stc")):
+            ops = re.sub(r"\{(\d+)\}$", r"\1", ops)
+        text = parts[0] + " " + ops
+    return text
+
+
+def run_sweep(items, thumb, printer, level, machine, marches, classify, pc_relative, target):
+    """Decodes `items` (A32 words, or 32-bit Thumb instructions as first << 16 |
+    second) with insn_print and with objdump, compares them, re-assembles what we
+    decode and prints the figures. Every instruction that objdump decodes, its
+    floating-point and vector ones aside, counts: agreement is the share we print
+    alike, or differently in a class that `classify(ours, theirs)` names. Returns the
+    exit status: 1 under `target` per cent, on anything we decode that objdump calls
+    undefined (unless classed), or on a failed re-assembly."""
+    import collections
+    with tempfile.TemporaryDirectory() as work:
+        raw = os.path.join(work, "sweep.bin")
+        write_raw(raw, items, thumb)
+        args = [printer, raw, "thumb" if thumb else "arm"] + ([level] if level else [])
+        out = subprocess.run(args, check=True, capture_output=True, text=True).stdout
+        theirs = objdump_texts(raw, machine, thumb)
+    ours = [line.partition("\t")[2] for line in out.splitlines()]
+    if len(ours) != len(items):
+        print(f"the printer wrote {len(ours)} lines for {len(items)} instructions")
+        return 1
+    counted = agree = not_decoded = extra = vector = 0
+    classes, named = collections.Counter(), collections.Counter()
+    examples = {}
+
+    def note(key, w, mine, other):
+        classes[key] += 1
+        examples.setdefault(key, (w, mine, other))
+        if key.startswith("not decoded"):
+            missing.append((key, (w, mine, other)))
+
+    missing = []
+
+    for i, w in enumerate(items):
+        mine, other = ours[i], theirs.get(i * 4, "")
+        we_decode = "undefined opcode" not in mine
+        they_decode = not is_undefined(other)
+        name = we_decode and classify(mine, other)
+        if name:
+            named[name] += 1
+            if they_decode:
+                counted += 1
+                agree += 1
+            continue
+        if not they_decode:
+            if we_decode:
+                extra += 1
+                note(f"{mine.split()[0]} where objdump has none", w, mine, other)
+            continue
+        if fp_vector(other) and not we_decode:
+            vector += 1
+            continue
+        counted += 1
+        if not we_decode:
+            not_decoded += 1
+            note(f"not decoded: {other.split()[0]}", w, mine, other)
+        elif normalise(mine) == normalise(other):
+            agree += 1
+        else:
+            note(f"{mine.split()[0]} vs {other.split()[0]}", w, mine, other)
+    # What we leave undefined and objdump prints: when objdump's own text does not
+    # assemble back to the same bytes (a should-be-zero field set, an unpredictable
+    # register the assembler refuses), printing it would break the round trip that
+    # the file output promises, so it stays undefined and is written as .inst.
+    unprintable = [(encoding_bytes(w, thumb, 4), assembler_text(other), key)
+                   for key, (w, mine, other) in missing if not BRANCH_TEXT.match(other)]
+    if unprintable:
+        bad = reassemble([(b, t) for b, t, _ in unprintable], thumb, marches)
+        refused = {(b, t) for b, t, _ in bad}
+        for (b, t, key), (_, example) in zip(unprintable, [m for m in missing if not BRANCH_TEXT.match(m[1][2])]):
+            if (b, t) in refused:
+                classes[key] -= 1
+                named["objdump's text does not assemble back to the same bytes"] += 1
+                agree += 1
+                not_decoded -= 1
+                if examples.get(key) == example:
+                    del examples[key]
+            else:
+                examples.setdefault(key, example)
+        for key in [k for k, n in classes.items() if n <= 0]:
+            del classes[key]
+    rate = 100.0 * agree / counted if counted else 100.0
+    print(f"{level or 'any level'} against objdump -m {machine}: {len(items)} instructions; objdump decodes "
+          f"{counted} core ones, we agree on {agree} ({rate:.3f} %, target {target} %); we do not decode "
+          f"{not_decoded}; we decode {extra} that objdump calls undefined; {vector} floating-point and vector "
+          f"ones left aside")
+    for key, n in named.most_common():
+        print(f"  {n:6d}  named class: {key}")
+    # differences and extra decodings first, then what we do not decode
+    for key, n in sorted(classes.most_common(), key=lambda kv: kv[0].startswith("not decoded"))[:50]:
+        w, o, t = examples[key]
+        shown = f"{w >> 16:04X} {w & 0xFFFF:04X}" if thumb else f"{w:08X}"
+        print(f"  {n:6d}  {key}   e.g. {shown}: '{o}' / '{t}'")
+    picked = [(encoding_bytes(w, thumb, 4), t) for w, t in zip(items, ours)
+              if "undefined opcode" not in t and not pc_relative(t)]
+    failures = reassemble(picked, thumb, marches)
+    print(f"re-assembled: {len(picked) - len(failures)} of {len(picked)} decoded instructions "
+          f"(PC-relative ones aside) give their bytes back")
+    for b, t, why in failures[:20]:
+        print(f"  {b.hex()} '{t}': {why}")
+    return 0 if rate >= target and not extra and not failures else 1

@@ -1,0 +1,66 @@
+// The generic coprocessor instructions, whose fields stand in the same places in
+// A32 and in 32-bit Thumb (bits 27..0 of the word, the Thumb halfwords taken first
+// then second). Coprocessors 10 and 11 are the floating-point and vector unit and 9
+// its half-precision forms: they have forms of their own.
+#include "disasm/armdecoder.h"
+
+using ArmBits::bit;
+using ArmBits::bits;
+
+void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
+{
+    const int coproc = int(bits(insn, 11, 8));
+    // The unconditional encodings are generic but for the data operations of 9 to
+    // 11, which belong to the floating-point unit, and, from ARMv8 on, everything of
+    // 8, 9, 12 and 13: the vector extensions (complex numbers, dot products,
+    // matrices) took those.
+    const bool armv8 = architecture == ArmLevel::Any || architecture == ArmLevel::V8A || architecture == ArmLevel::V8R;
+    const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
+                                    (armv8 && (coproc & 0xA) == 8))
+                                 : (coproc >= 9 && coproc <= 11);
+    if (vectorSpace || (two && !hasV5())) {
+        emitUndefined();
+        return;
+    }
+    if (bits(insn, 27, 24) == 0xE) {
+        // A write from the PC is refused by the assembler.
+        if (bit(insn, 4) && !bit(insn, 20) && bits(insn, 15, 12) == 15)
+            emitUndefined();
+        else if (bit(insn, 4))
+            emitCoprocessorRegister(two, bit(insn, 20), coproc, int(bits(insn, 23, 21)), int(bits(insn, 15, 12)),
+                                    int(bits(insn, 19, 16)), int(bits(insn, 3, 0)), int(bits(insn, 7, 5)));
+        else
+            emitCoprocessorData(two, coproc, int(bits(insn, 23, 20)), int(bits(insn, 15, 12)), int(bits(insn, 19, 16)),
+                                int(bits(insn, 3, 0)), int(bits(insn, 7, 5)));
+        return;
+    }
+    if (bits(insn, 27, 25) != 6) {
+        emitUndefined();
+        return;
+    }
+    const bool index = bit(insn, 24), add = bit(insn, 23), writeback = bit(insn, 21);
+    if (!index && !writeback) {
+        // P = W = 0: with U clear, the two-register transfers (bit 22) or nothing;
+        // with U set, the unindexed form with its 8-bit option.
+        if (!add) {
+            // From v5TE (the unconditional ones from v6); the assembler refuses the PC
+            // as either register, and the same register twice on reads.
+            if (bit(insn, 22) && (two ? hasV6() : hasV5()) && bits(insn, 15, 12) != 15 && bits(insn, 19, 16) != 15 &&
+                !(bit(insn, 20) && bits(insn, 15, 12) == bits(insn, 19, 16)))
+                emitCoprocessorRegisterPair(two, bit(insn, 20), coproc, int(bits(insn, 7, 4)), int(bits(insn, 15, 12)),
+                                            int(bits(insn, 19, 16)), int(bits(insn, 3, 0)));
+            else
+                emitUndefined();
+            return;
+        }
+    }
+    // Writing back to the PC is unpredictable, and the assembler refuses it.
+    // Coprocessor 15's transfers read as the M-profile system-register loads and
+    // stores, which take their place.
+    if ((writeback && bits(insn, 19, 16) == 15) || (coproc == 15 && !two)) {
+        emitUndefined();
+        return;
+    }
+    emitCoprocessorLoadStore(two, bit(insn, 20), bit(insn, 22), coproc, int(bits(insn, 15, 12)),
+                             int(bits(insn, 19, 16)), bits(insn, 7, 0), index, add, writeback);
+}
