@@ -24,9 +24,20 @@ void ARMInstructionSetDecoder::decodeArm(uint32_t insn)
         // Bits 24..23 = 0b10 without S are MOVW/MOVT, MSR (immediate) and the hints.
         if (bits(insn, 24, 23) == 2 && !bit(insn, 20)) {
             // The hints came with v6K; before they were MSR with an empty mask.
-            if (bits(insn, 22, 16) == 0x20 && bits(insn, 15, 8) == 0xF0 && bits(insn, 7, 0) <= 4 && hasThumb2()) {
-                emitHint(int(bits(insn, 7, 0)), int(bits(insn, 7, 0)));
-                return;
+            if (bits(insn, 22, 16) == 0x20 && bits(insn, 15, 8) == 0xF0 && hasThumb2()) {
+                const uint32_t hint = bits(insn, 7, 0);
+                if (hint <= 4) {
+                    emitHint(int(hint), int(hint));
+                    return;
+                }
+                // The Thumb-only pointer-authentication hints are plain numbered NOPs here;
+                // SEVL, ESB and CSDB only unconditional, as objdump reads them.
+                const bool named = hint == 5 || hint == 0x10 || hint == 0x14;
+                if ((hintAllowed(hint) || hint == 0x0D || hint == 0x0F || hint == 0x1D || hint == 0x2D) &&
+                    !(named && condition >= 0)) {
+                    emitHintNumber(int(hint));
+                    return;
+                }
             }
             // MSR (immediate): a field mask and a modified immediate in its smallest
             // rotation, the only one the assembler writes.
@@ -230,6 +241,35 @@ void ARMInstructionSetDecoder::decodeArmMisc(uint32_t insn)
             return;
         }
     }
+    // Banked registers (bit 9): SYSm = M (bit 8) : M1 (bits 19..16); R (bit 22) the saved ones.
+    if (op2 == 0 && bit(insn, 9)) {
+        const int sysm = int((bit(insn, 8) << 4) | bits(insn, 19, 16));
+        const bool saved = bit(insn, 22);
+        if (!bit(insn, 21) && bits(insn, 11, 10) == 0 && rm == 0 && bits(insn, 15, 12) != 15 &&
+            bankedRegisterAllowed(saved, sysm)) {
+            emitBankedRegister(false, saved, sysm, int(bits(insn, 15, 12)));
+            return;
+        }
+        if (bit(insn, 21) && bits(insn, 15, 10) == 0x3C && rm != 15 && bankedRegisterAllowed(saved, sysm)) {
+            emitBankedRegister(true, saved, sysm, rm);
+            return;
+        }
+    }
+    const bool virtualization = architecture == ArmLevel::Any || architecture == ArmLevel::V7A ||
+                                architecture == ArmLevel::V8A || architecture == ArmLevel::V8R;
+    // SMC #imm4, HVC #imm16 (never conditional), ERET.
+    if (op == 3 && op2 == 7 && bits(insn, 19, 8) == 0 && hasThumb2()) {
+        emitExceptionCall(T32::Smc, bits(insn, 3, 0));
+        return;
+    }
+    if (op == 2 && op2 == 7 && condition < 0 && virtualization) {
+        emitExceptionCall(T32::Hvc, (bits(insn, 19, 8) << 4) | bits(insn, 3, 0));
+        return;
+    }
+    if (op == 3 && op2 == 6 && bits(insn, 19, 8) == 0 && rm == 14 && virtualization) {
+        emitPlain(T32::Eret);
+        return;
+    }
     if (op == 3 && op2 == 1 && bits(insn, 19, 16) == 15 && bits(insn, 11, 8) == 15 && hasV5() && rm != 15 &&
         bits(insn, 15, 12) != 15) {
         emitCountLeadingZeros(int(bits(insn, 15, 12)), rm);
@@ -290,6 +330,17 @@ void ARMInstructionSetDecoder::decodeArmExtraLoadStore(uint32_t insn)
     const int rm = int(bits(insn, 3, 0));
     const bool pair = op == A32::Ldrd || op == A32::Strd;
     const bool writeback = w || !index;
+    // Post-indexed with W set: LDRHT, STRHT, LDRSBT, LDRSHT (ARMv6T2).
+    if (!index && w && !pair) {
+        if (!hasThumb2() || rt == 15 || rn == 15 || rn == rt ||
+            (!immediateForm && (bits(insn, 11, 8) != 0 || rm == 15))) {
+            emitUndefined();
+            return;
+        }
+        emitExtraUnprivileged(op, rt, rn, immediateForm,
+                              immediateForm ? ((bits(insn, 11, 8) << 4) | bits(insn, 3, 0)) : uint32_t(rm), add);
+        return;
+    }
     // Post-indexed with W set is the unprivileged form; a pair starts at an even
     // register below LR; the PC and the transferred registers are never written back.
     if ((!index && w) || rt == 15 || (pair && ((rt & 1) || rt == 14 || !hasV5())) ||
@@ -333,6 +384,84 @@ void ARMInstructionSetDecoder::decodeArmUnconditional(uint32_t insn)
         emitPreload(int(bits(insn, 19, 16)), bits(insn, 11, 0), bit(insn, 23));
         return;
     }
+    decodeArmUnconditionalControl(insn);
+}
+
+// The rest of the unconditional space: CPS, SETEND, PLI, PLDW, the register preloads,
+// SRS and RFE.
+void ARMInstructionSetDecoder::decodeArmUnconditionalControl(uint32_t insn)
+{
+    const int rn = int(bits(insn, 19, 16));
+    const int rm = int(bits(insn, 3, 0));
+    const bool multiprocessing = architecture == ArmLevel::Any || architecture == ArmLevel::V7A ||
+                                 architecture == ArmLevel::V7R || architecture == ArmLevel::V8A ||
+                                 architecture == ArmLevel::V8R;
+    const bool v7 = hasThumb2() && architecture != ArmLevel::V6T2;
+    if (bits(insn, 27, 20) == 0x10 && hasV6()) {
+        if (bit(insn, 16)) { // SETEND: only E (bit 9) varies
+            if ((insn & ~(1u << 9)) == 0xF1010000) {
+                emitSetEndian(bit(insn, 9));
+                return;
+            }
+            emitUndefined();
+            return;
+        }
+        const uint32_t imod = bits(insn, 19, 18);
+        const bool changeMode = bit(insn, 17);
+        const uint32_t flags = bits(insn, 8, 6);
+        const uint32_t mode = bits(insn, 4, 0);
+        if (bits(insn, 15, 9) == 0 && !bit(insn, 5) && imod != 1 && !(imod == 0 && (flags != 0 || !changeMode)) &&
+            !(imod != 0 && flags == 0) && (changeMode || mode == 0)) {
+            emitChangeProcessorState(int(imod), int(flags), changeMode ? int(mode) : -1);
+            return;
+        }
+        emitUndefined();
+        return;
+    }
+    if (bits(insn, 15, 12) == 15 && bits(insn, 27, 26) == 1) {
+        const bool add = bit(insn, 23);
+        if (!bit(insn, 25)) {
+            // PLI (bit 24 clear, 0b101) and PLDW (bit 24 set, 0b001), immediate offset.
+            if (!bit(insn, 24) && bits(insn, 22, 20) == 5 && v7) {
+                emitPreloadHint(T32::Pli, rn, false, bits(insn, 11, 0), add, 0, 0);
+                return;
+            }
+            if (bit(insn, 24) && bits(insn, 22, 20) == 1 && rn != 15 && multiprocessing) {
+                emitPreloadHint(T32::Pldw, rn, false, bits(insn, 11, 0), add, 0, 0);
+                return;
+            }
+        } else if (!bit(insn, 4) && rm != 15) {
+            // Register offsets: PLD (0b1111'0111'U101), PLDW (U001), PLI (0b1111'0110'U101).
+            const int type = int(bits(insn, 6, 5)), imm5 = int(bits(insn, 11, 7));
+            if (bit(insn, 24) && bits(insn, 22, 20) == 5 && hasV5()) {
+                emitPreloadHint(T32::Pld, rn, true, uint32_t(rm), add, type, imm5);
+                return;
+            }
+            if (bit(insn, 24) && bits(insn, 22, 20) == 1 && multiprocessing) {
+                emitPreloadHint(T32::Pldw, rn, true, uint32_t(rm), add, type, imm5);
+                return;
+            }
+            if (!bit(insn, 24) && bits(insn, 22, 20) == 5 && v7) {
+                emitPreloadHint(T32::Pli, rn, true, uint32_t(rm), add, type, imm5);
+                return;
+            }
+        }
+        emitUndefined();
+        return;
+    }
+    if (bits(insn, 27, 25) == 4 && hasV6()) {
+        const int mode = int(bits(insn, 24, 23)); // P:U
+        const bool writeback = bit(insn, 21);
+        if ((insn & 0x0E5FFFE0) == 0x084D0500) { // SRS
+            emitStoreReturnState(mode, writeback, int(bits(insn, 4, 0)));
+            return;
+        }
+        if ((insn & 0x0E50FFFF) == 0x08100A00 && rn != 15) { // RFE
+            emitReturnFromException(mode, rn, writeback);
+            return;
+        }
+    }
+    emitUndefined();
     emitUndefined();
 }
 

@@ -98,6 +98,15 @@ enum BarrierOp { Dsb = 0, Dmb = 1, Isb = 2 };
 enum ExclusiveOp { Word = 0, Doubleword = 1, Byte = 2, Halfword = 3 };
 } // namespace A32
 
+namespace T32 {
+// Forms printed by name alone.
+enum Plain { Sg = 0, Clrex, Lctp, Ssbb, Pssbb, Sb, Eret };
+enum CallOp { Smc = 0, Hvc = 1, Udf = 2 };
+enum PreloadKind { Pld = 0, Pldw = 1, Pli = 2 };
+enum LoopOp { Wls = 0, Dls, Le, LeNoLr, Letp, Wlstp, Dlstp, Vctp };
+enum FutureOp { Bf = 0, Bfl, Bfx, Bflx, Bfcsel };
+} // namespace T32
+
 // Decodes A32 and T32 instructions into calls of one emit operation per form. It holds
 // the state that lasts between instructions (the IT block) and the output cursor that
 // the printing subclass appends to; it prints nothing itself.
@@ -222,6 +231,48 @@ protected:
     virtual void emitPointerAuthentication(int op, int rd, int rn, int rm) = 0;
     // 32-bit Thumb loads, stores, branches and control forms (thumb32loadstore.cpp,
     // thumb32control.cpp).
+    // Single loads and stores: op is a T16::LoadStoreOp code; rn 15 is the literal form.
+    virtual void emitLoadStoreWide(int op, int rt, int rn, uint32_t imm, bool index, bool add, bool writeback,
+                                   bool unprivileged) = 0;
+    virtual void emitLoadStoreWideRegister(int op, int rt, int rn, int rm, int shift) = 0;
+    // PLD, PLDW, PLI (A32 and T32): an immediate offset, or a register with an A32-style shift.
+    virtual void emitPreloadHint(int kind, int rn, bool registerForm, uint32_t immOrRm, bool add, int type,
+                                 int imm5) = 0;
+    virtual void emitLoadStoreDual(bool load, int rt, int rt2, int rn, uint32_t imm, bool index, bool add,
+                                   bool writeback) = 0;
+    // Exclusive and acquire/release: op is the manual's op3 field (bits 7..4), or -1 for
+    // the word forms with an offset; rd, rt2 only where the form has them.
+    virtual void emitExclusiveWide(bool load, int op, int rd, int rt, int rt2, int rn, uint32_t imm) = 0;
+    virtual void emitTableBranch(bool half, int rn, int rm) = 0;
+    virtual void emitTestTarget(int op, int rd, int rn) = 0;
+    virtual void emitLoadStoreMultipleWide(bool load, bool decrementBefore, int rn, uint32_t registers,
+                                           bool writeback) = 0;
+    virtual void emitClearRegisters(uint32_t registers) = 0;
+    // RFE and SRS (A32 and T32); mode is an A32::BlockMode.
+    virtual void emitReturnFromException(int mode, int rn, bool writeback) = 0;
+    virtual void emitStoreReturnState(int mode, bool writeback, int processorMode) = 0;
+    // Forms without operands, named by T32::Plain.
+    virtual void emitPlain(int op) = 0;
+    virtual void emitBranchWide(uint32_t target) = 0;
+    // The hint space of MSR-immediate/T32 hints, by its 8-bit number.
+    virtual void emitHintNumber(int hint) = 0;
+    // CPS: imod 2 enables, 3 disables, 0 only changes mode; mode -1 when none.
+    virtual void emitChangeProcessorState(int imod, int flags, int mode) = 0;
+    // SMC, HVC and the 32-bit UDF (T32::CallOp).
+    virtual void emitExceptionCall(int op, uint32_t imm) = 0;
+    virtual void emitExceptionReturn(uint32_t imm) = 0;
+    // M-profile special registers by SYSm; mask is the MSR mask field (bits 11..10).
+    virtual void emitSpecialRegisterRead(int rd, int sysm) = 0;
+    virtual void emitSpecialRegisterWrite(int mask, int sysm, int rn) = 0;
+    // A/R-profile banked registers: sysm is M:M1 (5 bits), saved the R bit.
+    virtual void emitBankedRegister(bool write, bool saved, int sysm, int r) = 0;
+    // Low-overhead loops (T32::LoopOp), size the element size code.
+    virtual void emitLoop(int op, int size, int rn, uint32_t target) = 0;
+    // Branch future (T32::FutureOp): branch point and target; condition or register.
+    virtual void emitBranchFuture(int op, uint32_t branchPoint, uint32_t target, int conditionOrRm,
+                                  uint32_t elseTarget) = 0;
+    // A32 LDRHT, STRHT, LDRSBT, LDRSHT: op an A32::ExtraOp, post-indexed.
+    virtual void emitExtraUnprivileged(int op, int rt, int rn, bool immediate, uint32_t imm8OrRm, bool add) = 0;
 
     // ---- decode state ----
     bool pendingPrefix = false;
@@ -276,6 +327,14 @@ private:
     void decodeThumb32LoadStoreDualExclusive(uint32_t first, uint32_t second);
     void decodeThumb32LoadStoreSingle(uint32_t first, uint32_t second);
     void decodeThumb32BranchControl(uint32_t first, uint32_t second);
+    void decodeThumb32BranchFuture(uint32_t first, uint32_t second);
+    void decodeThumb32ExceptionCalls(uint32_t first, uint32_t second);
+    void decodeThumb32Miscellaneous(uint32_t first, uint32_t second);
+    // What the level has of the special registers, hints, barrier options and banked registers.
+    bool specialRegisterAllowed(uint32_t sysm) const;
+    bool hintAllowed(uint32_t hint) const;
+    bool barrierAllowed(int op, int option) const;
+    bool bankedRegisterAllowed(bool saved, int sysm) const;
     void decodeThumb32Coprocessor(uint32_t first, uint32_t second);
     // Encoding families (one file each).
     void decodeThumb16(uint32_t insn);
@@ -291,5 +350,6 @@ private:
     bool decodeArmPackSaturate(uint32_t insn);
     void decodeArmSignedMultiply(uint32_t insn);
     void decodeArmUnconditional(uint32_t insn);
+    void decodeArmUnconditionalControl(uint32_t insn);
     void decodeCoprocessor(uint32_t insn, bool two);
 };

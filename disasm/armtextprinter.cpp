@@ -223,6 +223,8 @@ void ARMInstructionSetDisassembler::emitLiteralLoad(int rt, uint32_t offset, boo
 // The 16-bit Thumb loads and stores, by their 3-bit opcode.
 static const char* const thumbLoadStoreNames[8] = {"str", "strh", "strb", "ldrsb", "ldr", "ldrh", "ldrb", "ldrsh"};
 
+const char* ARMInstructionSetDisassembler::thumbLoadStoreName(int op) { return thumbLoadStoreNames[op & 7]; }
+
 void ARMInstructionSetDisassembler::emitLoadStoreRegister(int op, int rt, int rn, int rm)
 {
     mnemonic(thumbLoadStoreNames[op]);
@@ -719,9 +721,10 @@ void ARMInstructionSetDisassembler::emitSaturate(bool isUnsigned, int rd, int sa
 void ARMInstructionSetDisassembler::emitBarrier(int op, int option)
 {
     static const char* const names[3] = {"dsb", "dmb", "isb"};
-    static const char* const options[16] = {"", "", "oshst", "osh", "", "", "nshst", "nsh",
-                                            "", "", "ishst", "ish", "", "", "st", "sy"};
-    put(names[op]);
+    static const char* const options[16] = {"", "oshld", "oshst", "osh", "", "nshld", "nshst", "nsh",
+                                            "", "ishld", "ishst", "ish", "", "ld", "st", "sy"};
+    // Conditional inside a Thumb IT block.
+    mnemonic(names[op]);
     put(' ');
     put(options[option & 15]);
 }

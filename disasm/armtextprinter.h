@@ -60,6 +60,38 @@ protected:
     void emitStatusWrite(bool saved, int mask, int rn) override;
     void emitStatusWriteImmediate(bool saved, int mask, uint32_t imm12) override;
     void emitPreload(int rn, uint32_t imm12, bool add) override;
+    // 32-bit Thumb loads, stores, branches and control (and their A32 twins).
+    void emitLoadStoreWide(int op, int rt, int rn, uint32_t imm, bool index, bool add, bool writeback,
+                           bool unprivileged) override;
+    void emitLoadStoreWideRegister(int op, int rt, int rn, int rm, int shift) override;
+    void emitPreloadHint(int kind, int rn, bool registerForm, uint32_t immOrRm, bool add, int type, int imm5) override;
+    void emitLoadStoreDual(bool load, int rt, int rt2, int rn, uint32_t imm, bool index, bool add,
+                           bool writeback) override;
+    void emitExclusiveWide(bool load, int op, int rd, int rt, int rt2, int rn, uint32_t imm) override;
+    void emitTableBranch(bool half, int rn, int rm) override;
+    void emitTestTarget(int op, int rd, int rn) override;
+    void emitLoadStoreMultipleWide(bool load, bool decrementBefore, int rn, uint32_t registers,
+                                   bool writeback) override;
+    void emitClearRegisters(uint32_t registers) override;
+    void emitReturnFromException(int mode, int rn, bool writeback) override;
+    void emitStoreReturnState(int mode, bool writeback, int processorMode) override;
+    void emitPlain(int op) override;
+    void emitBranchWide(uint32_t target) override;
+    void emitHintNumber(int hint) override;
+    void emitChangeProcessorState(int imod, int flags, int mode) override;
+    void emitExceptionCall(int op, uint32_t imm) override;
+    void emitExceptionReturn(uint32_t imm) override;
+    void emitSpecialRegisterRead(int rd, int sysm) override;
+    void emitSpecialRegisterWrite(int mask, int sysm, int rn) override;
+    void emitBankedRegister(bool write, bool saved, int sysm, int r) override;
+    void emitLoop(int op, int size, int rn, uint32_t target) override;
+    void emitBranchFuture(int op, uint32_t branchPoint, uint32_t target, int conditionOrRm,
+                          uint32_t elseTarget) override;
+    void emitExtraUnprivileged(int op, int rt, int rn, bool immediate, uint32_t imm8OrRm, bool add) override;
+    // "[pc, #imm]" (or the literal's own text) for a PC-relative load of `size` bytes.
+    void literalOperand(uint32_t offset, bool add, int size);
+    // The rest of "[rn" with an immediate offset: offset, pre-index or post-index.
+    void offsetAddressing(uint32_t imm, bool index, bool add, bool writeback);
     // Generic coprocessor forms.
     void emitCoprocessorData(bool two, int coproc, int opc1, int crd, int crn, int crm, int opc2) override;
     void emitCoprocessorRegister(bool two, bool load, int coproc, int opc1, int rt, int crn, int crm,
@@ -159,6 +191,8 @@ protected:
     // ", <shift> #n" after a register operand (nothing for LSL #0).
     void shiftByImmediate(int type, int imm5);
     void wordByteMnemonic(bool load, bool byte, bool unprivileged);
+    // The 16-bit Thumb load/store names by T16::LoadStoreOp.
+    static const char* thumbLoadStoreName(int op);
     // The flag-setting spelling outside IT blocks, the plain one inside.
     const char* setFlags(const char* flagSetting, const char* plain) { return inItBlock() ? plain : flagSetting; }
     // True while printing a 32-bit Thumb instruction (its second half is being decoded).

@@ -52,11 +52,19 @@ std::string_view MyARMInstructionSetDisassembler::nameFor(uint32_t where, bool f
     if (!rel || rel->sh_type != ElfSht::SHT_REL || !rel->data)
         return {};
     const bool little = file_->isLittleEndian();
-    const uint32_t wantedType = armCall ? 28 : 10;
+    // Calls carry R_ARM_CALL (28) or R_ARM_THM_CALL (10); other branches R_ARM_JUMP24
+    // (29), R_ARM_THM_JUMP24 (30) or R_ARM_THM_JUMP19 (51).
+    auto wanted = [&](uint32_t type) {
+        if (armCall)
+            return type == 28;
+        if (thumbCall)
+            return type == 10;
+        return type == 29 || type == 30 || type == 51;
+    };
     for (uint64_t at = 0; at + 8 <= rel->dataSize; at += 8) {
         const uint32_t offset = read32(rel->data + at, little);
         const uint32_t info = read32(rel->data + at + 4, little);
-        if (offset != where || (info & 0xFF) != wantedType)
+        if (offset != where || !wanted(info & 0xFF))
             continue;
         const ElfSymbol* s = file_->symbolAt(info >> 8);
         return s ? s->name : std::string_view();
@@ -70,11 +78,10 @@ void MyARMInstructionSetDisassembler::printBranchTarget(uint32_t where)
         // Assembler text: a relocated call names its symbol; anything else is an
         // offset from the instruction, which assembles to the same bytes without a
         // relocation.
-        if (armCall || thumbCall) {
-            if (const std::string_view name = nameFor(instructionAddress(), true); !name.empty()) {
-                put(name);
-                return;
-            }
+        // A relocated call or jump (a tail call) names its symbol.
+        if (const std::string_view name = nameFor(instructionAddress(), true); !name.empty()) {
+            put(name);
+            return;
         }
         const int32_t delta = int32_t(where - instructionAddress());
         put(delta < 0 ? ".-" : ".+");
@@ -85,9 +92,10 @@ void MyARMInstructionSetDisassembler::printBranchTarget(uint32_t where)
     ARMInstructionSetDisassembler::printBranchTarget(where);
     // In an object a call's stored offset leads back to the call itself (-4 for
     // Thumb, -8 for A32, the PC bias), which is where its relocation sits.
+    // A jump's relocation sits on the jump itself.
     const std::string_view name = executable_ ? nameFor(where, false)
                                               : ((armCall || thumbCall) ? nameFor(where, true)
-                                                                        : std::string_view());
+                                                                        : nameFor(instructionAddress(), true));
     if (!name.empty()) {
         put(" <");
         put(name);

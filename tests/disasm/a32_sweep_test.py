@@ -12,8 +12,8 @@ compared as 32-bit values, "sl"/"fp"/"ip" read as r10/r11/r12), unless it falls 
 one of the named disagreement classes below, each with its reason. The test prints
 the decoded count, the agreement rate among them and the undefined count, and fails
 on any unexplained disagreement. Every decoded word but the branches must also
-assemble (arm-none-eabi-as -march=armv7ve, CRC32 under .arch armv8-a) back to the
-same word.
+assemble (arm-none-eabi-as, ARMv7-A or the first later architecture that has
+the form) back to the same word.
 """
 import collections
 import os
@@ -58,6 +58,20 @@ FORMS = [
     ("pop one", 0x0FFF0FFF, 0x049D0004),
     ("msr immediate", 0x0FB0F000, 0x0320F000),
     ("swp", 0x0FB00FF0, 0x01000090),
+    ("cps", 0xFFF1FE20, 0xF1000000),
+    ("setend", 0xFFFFFDFF, 0xF1010000),
+    ("srs", 0xFE5FFFE0, 0xF84D0500),
+    ("rfe", 0xFE50FFFF, 0xF8100A00),
+    ("pli", 0xFF70F000, 0xF450F000),
+    ("pldw", 0xFF70F000, 0xF510F000),
+    ("preload register", 0xFE30F010, 0xF610F000),
+    ("mrs banked", 0x0FB00EFF, 0x01000200),
+    ("msr banked", 0x0FB0FEF0, 0x0120F200),
+    ("smc", 0x0FFFFFF0, 0x01600070),
+    ("hvc", 0xFFF000F0, 0xE1400070),
+    ("eret", 0x0FFFFFFF, 0x0160006E),
+    ("unprivileged halfword", 0x0F2000F0, 0x002000B0),
+    ("unprivileged signed", 0x0F3000D0, 0x003000D0),
     ("coprocessor", 0x0E000000, 0x0C000000),
     ("coprocessor register", 0x0F000000, 0x0E000000),
     ("halfword multiply", 0x0F900090, 0x01000080),
@@ -139,8 +153,8 @@ def main():
     level = sys.argv[2] if len(sys.argv) > 2 else None
     machine = sys.argv[3] if len(sys.argv) > 3 else "arm"
     # ARMv7 with the divides and the security and virtualization calls; CRC32 at
-    # ARMv8-A, which no longer has SWP.
-    marches = ["armv7ve", "armv8-a+crc"]
+    # ARMv8-A, which no longer has SWP; ARMv8.2-A for ESB.
+    marches = ["armv7ve", "armv8-a+crc", "armv8.2-a"]
     return sweeplib.run_sweep(words(), False, printer, level, machine, marches, disagreement_class, pc_relative,
                               TARGET)
 

@@ -28,7 +28,7 @@ FIXTURES = [
     ("tests/fixtures/disasm/mixed-be.o", "armv7-a -mbig-endian"),
     ("tests/fixtures/elf/thumb.o", "armv7-m"),
     ("tests/fixtures/disasm/t16-v6m.o", "armv7-m"),
-    ("tests/fixtures/disasm/a32.o", "armv7ve"),
+    ("tests/fixtures/disasm/a32.o", "armv7ve"),  # smc, hvc, eret, banked registers, pldw
     ("tests/fixtures/disasm/a32-v4t.o", "armv7-a"),
     ("tests/fixtures/disasm/a32-v5te.o", "armv7-a"),
     ("tests/fixtures/disasm/a32-v6.o", "armv7-a"),
