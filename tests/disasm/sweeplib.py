@@ -206,12 +206,13 @@ def assembler_text(text):
     return text
 
 
-def run_sweep(items, thumb, printer, level, machine, marches, classify, pc_relative, target):
+def run_sweep(items, thumb, printer, level, machine, marches, classify, pc_relative, target, outside=None):
     """Decodes `items` (A32 words, or 32-bit Thumb instructions as first << 16 |
     second) with insn_print and with objdump, compares them, re-assembles what we
     decode and prints the figures. Every instruction that objdump decodes, its
     floating-point and vector ones aside, counts: agreement is the share we print
-    alike, or differently in a class that `classify(ours, theirs)` names. Returns the
+    alike, or differently in a class that `classify(ours, theirs)` names, or leave
+    undefined where `outside(encoding)` names why (the level lacks it). Returns the
     exit status: 1 under `target` per cent, on anything we decode that objdump calls
     undefined (unless classed), or on a failed re-assembly."""
     import collections
@@ -241,7 +242,7 @@ def run_sweep(items, thumb, printer, level, machine, marches, classify, pc_relat
         mine, other = ours[i], theirs.get(i * 4, "")
         we_decode = "undefined opcode" not in mine
         they_decode = not is_undefined(other)
-        name = we_decode and classify(mine, other)
+        name = classify(mine, other) if we_decode else outside(w) if outside else None
         if name:
             named[name] += 1
             if they_decode:

@@ -148,13 +148,40 @@ def disagreement_class(ours, theirs):
     return None
 
 
+def baseline_allows(w, level):
+    """Which 32-bit encodings the ARMv6-M and ARMv8-M baseline levels have: the call,
+    the special-register moves, barriers and hints (first-halfword groups 0x38,
+    0x39, 0x3B, 0x3E, 0x3F of the branch space) and, for ARMv8-M baseline, the wide
+    branch, CLREX, MOVW/MOVT and the exclusive, acquire/release and test-target
+    transfers."""
+    first, second = w >> 16, w & 0xFFFF
+    branch_space = (first >> 11) == 0x1E and second & 0x8000
+    if branch_space and second & 0x5000 == 0x5000:
+        return True
+    if branch_space and second & 0x5000 == 0 and ((first >> 4) & 0x7F) in (0x38, 0x39, 0x3B, 0x3E, 0x3F):
+        return True
+    if level != "v8M_Baseline":
+        return False
+    if branch_space and second & 0x5000 == 0x1000:
+        return True
+    movw = first & 0xFB70 == 0xF240 and not second & 0x8000
+    if w == 0xF3BF8F2F or movw or first & 0xFFF0 in (0xE840, 0xE850):
+        return True
+    return first & 0xFFF0 in (0xE8C0, 0xE8D0) and (second >> 4) & 0xF not in (0, 1, 7, 15)
+
+
 def main():
     printer = sys.argv[1]
     level = sys.argv[2] if len(sys.argv) > 2 else None
     machine = sys.argv[3] if len(sys.argv) > 3 else "arm"
     marches = sys.argv[4:] or ["armv8.1-m.main+mve.fp+fp.dp+pacbti", "armv8-a+crc", "armv7ve", "armv8.2-a"]
+    outside = None
+    if level in ("v6M", "v8M_Baseline"):
+        # objdump reads every 32-bit encoding at these levels too
+        def outside(w):
+            return None if baseline_allows(w, level) else "not in the level's 32-bit set"
     return sweeplib.run_sweep(instructions(), True, printer, level, machine, marches, disagreement_class,
-                              pc_relative, TARGET)
+                              pc_relative, TARGET, outside)
 
 
 if __name__ == "__main__":
