@@ -462,7 +462,6 @@ void ARMInstructionSetDecoder::decodeArmUnconditionalControl(uint32_t insn)
         }
     }
     emitUndefined();
-    emitUndefined();
 }
 
 // Bits 27..25 = 0b011 with bit 4 set: the media group, by bits 24..23: parallel

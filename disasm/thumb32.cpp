@@ -114,12 +114,5 @@ void ARMInstructionSetDecoder::decodeThumb32(uint32_t first, uint32_t second)
 
 void ARMInstructionSetDecoder::decodeThumb32Coprocessor(uint32_t first, uint32_t second)
 {
-    // The M profile keeps the conditional coprocessor encodings for its
-    // floating-point, vector and custom-datapath extensions: only the
-    // unconditional ones (cdp2, mcr2, ldc2...) are generic there.
-    if (isMProfile() && !bit(first, 12)) {
-        emitUndefined();
-        return;
-    }
     decodeCoprocessor(first << 16 | second, bit(first, 12));
 }

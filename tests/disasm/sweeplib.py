@@ -226,6 +226,11 @@ def run_sweep(items, thumb, printer, level, machine, marches, classify, pc_relat
     if len(ours) != len(items):
         print(f"the printer wrote {len(ours)} lines for {len(items)} instructions")
         return 1
+    # An encoding without a form gets that text and nothing else.
+    garbled = [t for t in ours if "undefined opcode" in t and t != "undefined opcode"]
+    if garbled:
+        print(f"{len(garbled)} texts hold more than the undefined text, e.g. '{garbled[0]}'")
+        return 1
     counted = agree = not_decoded = extra = vector = 0
     classes, named = collections.Counter(), collections.Counter()
     examples = {}
