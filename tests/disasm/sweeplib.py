@@ -182,9 +182,10 @@ FP_VECTOR_OLD = {"fmrx", "fmxr", "fmstat", "fldmiax", "fldmdbx", "fstmiax", "fst
 
 
 def fp_vector(text):
-    """objdump's floating-point and vector instructions (their decoder comes later)."""
+    """objdump's floating-point, vector and cryptographic instructions (their decoder
+    comes later)."""
     m = text.split()[0] if text.split() else ""
-    return m.startswith("v") or m in FP_VECTOR_OLD or re.search(r"\b(p10|p11|cp10|cp11)\b", text) is not None
+    return m.startswith(("v", "aes", "sha1", "sha256")) or m in FP_VECTOR_OLD or re.search(r"\b(p10|p11|cp10|cp11)\b", text) is not None
 
 
 # objdump's branches print absolute targets, which a lone re-assembly cannot place.
@@ -311,3 +312,36 @@ def run_sweep(items, thumb, printer, level, machine, marches, classify, pc_relat
     for b, t, why in failures[:20]:
         print(f"  {b.hex()} '{t}': {why}")
     return 0 if rate >= target and not extra and not failures else 1
+
+
+def baseline_allows(w, level):
+    """Which 32-bit encodings the ARMv6-M and ARMv8-M baseline levels have: the call,
+    the special-register moves, barriers and hints (first-halfword groups 0x38,
+    0x39, 0x3B, 0x3E, 0x3F of the branch space) and, for ARMv8-M baseline, the wide
+    branch, CLREX, MOVW/MOVT and the exclusive, acquire/release and test-target
+    transfers."""
+    first, second = w >> 16, w & 0xFFFF
+    branch_space = (first >> 11) == 0x1E and second & 0x8000
+    if branch_space and second & 0x5000 == 0x5000:
+        return True
+    if branch_space and second & 0x5000 == 0 and ((first >> 4) & 0x7F) in (0x38, 0x39, 0x3B, 0x3E, 0x3F):
+        return True
+    if level != "v8M_Baseline":
+        return False
+    if branch_space and second & 0x5000 == 0x1000:
+        return True
+    movw = first & 0xFB70 == 0xF240 and not second & 0x8000
+    if w == 0xF3BF8F2F or movw or first & 0xFFF0 in (0xE840, 0xE850):
+        return True
+    return first & 0xFFF0 in (0xE8C0, 0xE8D0) and (second >> 4) & 0xF not in (0, 1, 7, 15)
+
+
+def thumb_shift_class(ours, theirs):
+    """objdump writes the flag-setting 32-bit shifts as "movs.w rd, rm, <shift> #n",
+    which the assembler refuses with the width; the shift mnemonic is its own name."""
+    a, b = normalise(ours), normalise(theirs)
+    if (re.fullmatch(r"(lsl|lsr|asr)s(eq|ne|cs|cc|mi|pl|vs|vc|hi|ls|ge|lt|gt|le)?\.w", a[0])
+            and re.fullmatch(r"movs(eq|ne|cs|cc|mi|pl|vs|vc|hi|ls|ge|lt|gt|le)?\.w", b[0]) and len(a[1]) == 3
+            and b[1] == a[1][:2] + [a[0][:3] + "#" + a[1][2]]):
+        return "flag-setting shift named movs.w"
+    return None

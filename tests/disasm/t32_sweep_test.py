@@ -112,12 +112,10 @@ def disagreement_class(ours, theirs):
     if re.match(r"cdp2? p[12],", ours) and "<illegal" in theirs:
         # objdump's FPA names for coprocessors 1 and 2 fail on some precisions
         return "legacy coprocessor names"
+    named = sweeplib.thumb_shift_class(ours, theirs)
+    if named:
+        return named
     a, b = sweeplib.normalise(ours), sweeplib.normalise(theirs)
-    if (re.fullmatch(r"(lsl|lsr|asr)s\.w", a[0]) and b[0] == "movs.w" and len(a[1]) == 3
-            and b[1] == a[1][:2] + [a[0][:3] + "#" + a[1][2]]):
-        # objdump writes the flag-setting shifts as "movs.w rd, rm, <shift> #n", which
-        # the assembler refuses with the width; the shift mnemonic is its own name
-        return "flag-setting shift named movs.w"
     if a[0] == b[0] == "crc32h" and a[1][1:] == b[1][1:]:
         # objdump prints the wrong destination for CRC32H; ours assembles to the word
         return "objdump's crc32h destination"
@@ -157,28 +155,6 @@ def disagreement_class(ours, theirs):
 M_PROFILE_MACHINE = False
 
 
-def baseline_allows(w, level):
-    """Which 32-bit encodings the ARMv6-M and ARMv8-M baseline levels have: the call,
-    the special-register moves, barriers and hints (first-halfword groups 0x38,
-    0x39, 0x3B, 0x3E, 0x3F of the branch space) and, for ARMv8-M baseline, the wide
-    branch, CLREX, MOVW/MOVT and the exclusive, acquire/release and test-target
-    transfers."""
-    first, second = w >> 16, w & 0xFFFF
-    branch_space = (first >> 11) == 0x1E and second & 0x8000
-    if branch_space and second & 0x5000 == 0x5000:
-        return True
-    if branch_space and second & 0x5000 == 0 and ((first >> 4) & 0x7F) in (0x38, 0x39, 0x3B, 0x3E, 0x3F):
-        return True
-    if level != "v8M_Baseline":
-        return False
-    if branch_space and second & 0x5000 == 0x1000:
-        return True
-    movw = first & 0xFB70 == 0xF240 and not second & 0x8000
-    if w == 0xF3BF8F2F or movw or first & 0xFFF0 in (0xE840, 0xE850):
-        return True
-    return first & 0xFFF0 in (0xE8C0, 0xE8D0) and (second >> 4) & 0xF not in (0, 1, 7, 15)
-
-
 def main():
     printer = sys.argv[1]
     level = sys.argv[2] if len(sys.argv) > 2 else None
@@ -190,7 +166,7 @@ def main():
     if level in ("v6M", "v8M_Baseline"):
         # objdump reads every 32-bit encoding at these levels too
         def outside(w):
-            return None if baseline_allows(w, level) else "not in the level's 32-bit set"
+            return None if sweeplib.baseline_allows(w, level) else "not in the level's 32-bit set"
     return sweeplib.run_sweep(instructions(), True, printer, level, machine, marches, disagreement_class,
                               pc_relative, TARGET, outside)
 
