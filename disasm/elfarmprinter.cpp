@@ -1,5 +1,6 @@
 #include "disasm/elfarmprinter.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -10,6 +11,10 @@ void MyARMInstructionSetDisassembler::setFile(const ElfFile* file, const ElfSect
 {
     file_ = file;
     section_ = section;
+    symbolsByAddress_.clear();
+    symbolsIndexed_ = false;
+    indexedSection_ = nullptr;
+    relocationsByOffset_.clear();
     symbols_ = symbols;
     options_ = options;
     executable_ = file && file->e_type == 2;
@@ -30,14 +35,22 @@ std::string_view MyARMInstructionSetDisassembler::nameFor(uint32_t where, bool f
     if (executable_) {
         // Among the symbols at the target (Thumb bit cleared) in an allocated section,
         // the first function wins, else the last candidate.
+        if (!symbolsIndexed_) {
+            for (const ElfSymbol* s : file_->definedSymbols()) {
+                const ElfSection* sec = file_->sectionOfSymbol(s);
+                if (sec && (sec->sh_flags & ElfShf::SHF_ALLOC))
+                    symbolsByAddress_.emplace_back(uint32_t(s->st_value & ~1ull), s);
+            }
+            std::stable_sort(symbolsByAddress_.begin(), symbolsByAddress_.end(),
+                             [](const auto& a, const auto& b) { return a.first < b.first; });
+            symbolsIndexed_ = true;
+        }
         const ElfSymbol* last = nullptr;
         const uint32_t wanted = where & ~1u;
-        for (const ElfSymbol* s : file_->definedSymbols()) {
-            if (uint32_t(s->st_value & ~1ull) != wanted)
-                continue;
-            const ElfSection* sec = file_->sectionOfSymbol(s);
-            if (!sec || !(sec->sh_flags & ElfShf::SHF_ALLOC))
-                continue;
+        auto at = std::lower_bound(symbolsByAddress_.begin(), symbolsByAddress_.end(), wanted,
+                                   [](const auto& entry, uint32_t value) { return entry.first < value; });
+        for (; at != symbolsByAddress_.end() && at->first == wanted; ++at) {
+            const ElfSymbol* s = at->second;
             if (dynamic_cast<const ARMElfSymbol*>(s) && s->type() == ElfSym::STT_FUNC)
                 return s->name;
             last = s;
@@ -48,10 +61,18 @@ std::string_view MyARMInstructionSetDisassembler::nameFor(uint32_t where, bool f
         return {};
     // A relocatable object: the call's own relocation names the callee. REL entries
     // are 8 bytes (offset, info) in the file's byte order.
-    const ElfSection* rel = file_->relocationSectionFor(section_);
-    if (!rel || rel->sh_type != ElfSht::SHT_REL || !rel->data)
-        return {};
-    const bool little = file_->isLittleEndian();
+    if (indexedSection_ != section_) {
+        indexedSection_ = section_;
+        relocationsByOffset_.clear();
+        const ElfSection* rel = file_->relocationSectionFor(section_);
+        if (rel && rel->sh_type == ElfSht::SHT_REL && rel->data) {
+            const bool little = file_->isLittleEndian();
+            for (uint64_t at = 0; at + 8 <= rel->dataSize; at += 8)
+                relocationsByOffset_.emplace_back(read32(rel->data + at, little), read32(rel->data + at + 4, little));
+            std::stable_sort(relocationsByOffset_.begin(), relocationsByOffset_.end(),
+                             [](const auto& a, const auto& b) { return a.first < b.first; });
+        }
+    }
     // Calls carry R_ARM_CALL (28) or R_ARM_THM_CALL (10); other branches R_ARM_JUMP24
     // (29), R_ARM_THM_JUMP24 (30) or R_ARM_THM_JUMP19 (51).
     auto wanted = [&](uint32_t type) {
@@ -61,12 +82,12 @@ std::string_view MyARMInstructionSetDisassembler::nameFor(uint32_t where, bool f
             return type == 10;
         return type == 29 || type == 30 || type == 51;
     };
-    for (uint64_t at = 0; at + 8 <= rel->dataSize; at += 8) {
-        const uint32_t offset = read32(rel->data + at, little);
-        const uint32_t info = read32(rel->data + at + 4, little);
-        if (offset != where || !wanted(info & 0xFF))
+    auto at = std::lower_bound(relocationsByOffset_.begin(), relocationsByOffset_.end(), where,
+                               [](const auto& entry, uint32_t value) { return entry.first < value; });
+    for (; at != relocationsByOffset_.end() && at->first == where; ++at) {
+        if (!wanted(at->second & 0xFF))
             continue;
-        const ElfSymbol* s = file_->symbolAt(info >> 8);
+        const ElfSymbol* s = file_->symbolAt(at->second >> 8);
         return s ? s->name : std::string_view();
     }
     return {};

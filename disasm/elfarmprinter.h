@@ -1,16 +1,21 @@
 #pragma once
+#include <cstdint>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "disasm/armtextprinter.h"
 
 class ElfFile;
 class ElfSection;
+class ElfSymbol;
 
 // The printer for code read from an ELF file: branch targets and literals gain the
 // names of the symbols they reach.
 class MyARMInstructionSetDisassembler : public ARMInstructionSetDisassembler {
 public:
     void setFile(const ElfFile* file, const ElfSection* section, bool symbols, uint32_t options);
+    // The section being decoded; its relocations are indexed when first needed.
     void setSection(const ElfSection* section) { section_ = section; }
     // Assembler output: branch targets become assembler expressions (".+N" or the
     // relocated symbol's name) so the text assembles back to the same bytes.
@@ -38,6 +43,14 @@ private:
     bool executable_ = false;
     bool assemblerSyntax_ = false;
     uint32_t options_ = 0;
+    // Indexes made on first use, so that naming a branch costs a search rather
+    // than a pass over every symbol or relocation: the symbols of an executable
+    // by address (bit 0 cleared, file order kept among equals), and the current
+    // section's relocations by offset (offset, info).
+    mutable std::vector<std::pair<uint32_t, const ElfSymbol*>> symbolsByAddress_;
+    mutable bool symbolsIndexed_ = false;
+    mutable const ElfSection* indexedSection_ = nullptr;
+    mutable std::vector<std::pair<uint32_t, uint32_t>> relocationsByOffset_;
 };
 
 // The same printer with no file behind it: literal loads keep the bracket form and
