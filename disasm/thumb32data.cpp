@@ -246,7 +246,9 @@ void ARMInstructionSetDecoder::decodeThumb32DataShiftedRegister(uint32_t first, 
             return;
         }
     }
-    if (bit(second, 15)) {
+    // ORRS with Rm = SP is the v8.1-M long shifts' space: the M-profile assembler
+    // refuses it, and the same bytes in a v8.1-M file mean another instruction.
+    if (bit(second, 15) || (op == TOrr && s && rm == 13)) {
         emitUndefined();
         return;
     }
