@@ -64,9 +64,10 @@ void ARMInstructionSetDecoder::decodeArm(uint32_t insn)
             emitUndefined();
             return;
         }
-        // ADD and SUB from the PC read as an address: the assembler takes a constant
-        // with the top bit set as a negative offset and cannot encode it back.
-        if (rn == 15 && (op == A32::Add || op == A32::Sub) && (insn & 0xFFF) != 0) {
+        // ADD from the PC reads as an address: the assembler takes a constant with the
+        // top bit set as a negative offset and writes SUB (not with S, nor with the
+        // rotation written out).
+        if (rn == 15 && op == A32::Add && !bit(insn, 20) && ArmBits::smallestRotation(bits(insn, 11, 0))) {
             if (ArmBits::expandImmediate(bits(insn, 11, 0)) & 0x80000000u) {
                 emitUndefined();
                 return;
@@ -134,8 +135,7 @@ void ARMInstructionSetDecoder::decodeArmDataMisc(uint32_t insn)
             const bool accumulate = op != A32::Mul;
             const bool valid = (op != A32::Mul || rd == 0) && (op != A32::Umaal || (!s && hasV6())) &&
                                (op != A32::Mls || (!s && hasThumb2()));
-            if (!valid || rn == 15 || rm == 15 || rs == 15 || (accumulate && rd == 15) ||
-                (op >= A32::Umaal && op != A32::Mls && rd == rn)) {
+            if (!valid || rn == 15 || rm == 15 || rs == 15 || (accumulate && rd == 15)) {
                 emitUndefined();
                 return;
             }
@@ -189,16 +189,12 @@ void ARMInstructionSetDecoder::decodeArmDataMisc(uint32_t insn)
         return;
     }
     if (!bit(insn, 4)) {
-        // A shifted move into the PC is unpredictable: only the plain move may name it.
-        if (op == A32::Mov && rd == 15 && bits(insn, 11, 5) != 0) {
-            emitUndefined();
-            return;
-        }
         emitDataRegister(op, bit(insn, 20), rd, rn, rm, int(bits(insn, 6, 5)), int(bits(insn, 11, 7)));
         return;
     }
-    // A shift by a register never names the PC.
-    if (rd == 15 || rn == 15 || rm == 15 || rs == 15) {
+    // A shift by a register naming the PC is refused by the assembler, but for the
+    // moves it writes as the shift itself.
+    if (op != A32::Mov && (rd == 15 || rn == 15 || rm == 15 || rs == 15)) {
         emitUndefined();
         return;
     }
@@ -491,7 +487,20 @@ void ARMInstructionSetDecoder::decodeArmMedia(uint32_t insn)
         decodeArmSignedMultiply(insn);
         return;
     }
-    if (rd == 15) {
+    if (bits(insn, 24, 23) == 3 && bit(insn, 21) && (op2 & 3) == 2 && hasThumb2()) {
+        // SBFX/UBFX: lsb in bits 11..7, width - 1 in bits 20..16; the field ends by bit
+        // 31. The assembler takes the PC in either register here.
+        const int lsb = int(bits(insn, 11, 7));
+        const int width = int(bits(insn, 20, 16)) + 1;
+        if (lsb + width <= 32) {
+            emitBitField(bit(insn, 22) ? A32::Ubfx : A32::Sbfx, rd, rm, lsb, width);
+            return;
+        }
+        emitUndefined();
+        return;
+    }
+    // The PC as destination is refused by the assembler, but for RBIT.
+    if (rd == 15 && (insn & 0x0FFF0FF0) != 0x06FF0F30) {
         emitUndefined();
         return;
     }
@@ -526,17 +535,6 @@ void ARMInstructionSetDecoder::decodeArmMedia(uint32_t insn)
         }
         if (!decodeArmPackSaturate(insn))
             emitUndefined();
-        return;
-    }
-    if (bits(insn, 24, 23) == 3 && bit(insn, 21) && (op2 & 3) == 2 && hasThumb2() && rm != 15) {
-        // SBFX/UBFX: lsb in bits 11..7, width - 1 in bits 20..16; the field ends by bit 31.
-        const int lsb = int(bits(insn, 11, 7));
-        const int width = int(bits(insn, 20, 16)) + 1;
-        if (lsb + width <= 32) {
-            emitBitField(bit(insn, 22) ? A32::Ubfx : A32::Sbfx, rd, rm, lsb, width);
-            return;
-        }
-        emitUndefined();
         return;
     }
     if (bits(insn, 24, 21) == 0xE && (op2 & 3) == 0 && hasThumb2()) {

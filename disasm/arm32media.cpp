@@ -61,8 +61,8 @@ void ARMInstructionSetDecoder::decodeArmHalfwordMultiply(uint32_t insn)
             return;
         }
         break;
-    case 2: // RdHi in bits 19..16, RdLo in bits 15..12: the two must differ
-        if (ra == 15 || ra == rd)
+    case 2: // RdHi in bits 19..16, RdLo in bits 15..12
+        if (ra == 15)
             break;
         emitHalfwordMultiply(Smlal, nTop, mTop, ra, rn, rm, rd);
         return;
@@ -156,7 +156,7 @@ bool ARMInstructionSetDecoder::decodeArmPackSaturate(uint32_t insn)
         return true;
     }
     if (op1 == 7 && rn == 15) {
-        if (rd == 15 || rm == 15 || !hasThumb2())
+        if (rm == 15 || !hasThumb2())
             emitUndefined();
         else
             emitReverseBits(rd, rm);
@@ -201,7 +201,7 @@ void ARMInstructionSetDecoder::decodeArmSignedMultiply(uint32_t insn)
             }
             break;
         case 4: // SMLALD, SMLSLD
-            if (op2 < 4 && accumulate && ra != rd) {
+            if (op2 < 4 && accumulate) {
                 emitMediaMultiply(bit(insn, 6) ? Smlsld : Smlald, variant, ra, rn, rm, rd);
                 return;
             }

@@ -6,9 +6,11 @@ using ArmBits::bit;
 using ArmBits::bits;
 
 namespace {
-// SP and PC as general operands are unpredictable in most 32-bit Thumb forms; the
-// assembler refuses them, so such encodings stay undecoded.
+// SP and PC as general operands are unpredictable in most 32-bit Thumb forms. SP is
+// taken by the assembler from ARMv8 on and printed; PC is refused and stays undecoded.
+// The long shifts and selects, which have no such history, keep both out.
 constexpr bool badRegister(uint32_t r) { return r == 13 || r == 15; }
+constexpr bool isPc(uint32_t r) { return r == 15; }
 
 // ThumbExpandImm: a byte repeated in one of three patterns, or 1bcdefgh rotated right
 // by bits 11..7. Returns false for the patterns that repeat a zero byte.
@@ -55,27 +57,21 @@ void ARMInstructionSetDecoder::decodeThumb32DataModifiedImmediate(uint32_t first
     switch (op) {
     case TAnd:
     case TEor:
-        // Rd = PC with S is TST/TEQ.
-        valid = rd == 15 ? (s && !badRegister(rn)) : (!badRegister(rd) && !badRegister(rn));
+    case TAdd:
+    case TSub:
+        // Rd = PC with S is TST/TEQ/CMN/CMP.
+        valid = !isPc(rn) && (!isPc(rd) || s);
         break;
     case TOrr:
     case TOrn:
         // Rn = PC is MOV/MVN.
-        valid = !badRegister(rd) && rn != 13;
+        valid = !isPc(rd);
         break;
     case TBic:
     case TAdc:
     case TSbc:
     case TRsb:
-        valid = !badRegister(rd) && !badRegister(rn);
-        break;
-    case TAdd:
-    case TSub:
-        // Rd = PC with S is CMN/CMP; SP is a destination only from SP.
-        if (rd == 15)
-            valid = s && rn != 15;
-        else
-            valid = rn != 15 && (rd != 13 || rn == 13);
+        valid = !isPc(rd) && !isPc(rn);
         break;
     default:
         break;
@@ -98,14 +94,14 @@ void ARMInstructionSetDecoder::decodeThumb32DataPlainImmediate(uint32_t first, u
     switch (op) {
     case 0x00:
     case 0x0A:
-        // ADDW/SUBW; SP is a destination only from SP; from the PC it is ADR.
-        if (rd == 15 || (rd == 13 && rn != 13) || (rn == 15 && rd == 13))
+        // ADDW/SUBW; from the PC it is ADR.
+        if (isPc(rd))
             break;
         emitThumbWideAddSubtract(op == 0x0A, int(rd), int(rn), imm12);
         return;
     case 0x04:
     case 0x0C:
-        if (badRegister(rd))
+        if (isPc(rd))
             break;
         emitMoveWide(op == 0x0C, int(rd), (rn << 12) | imm12);
         return;
@@ -115,7 +111,7 @@ void ARMInstructionSetDecoder::decodeThumb32DataPlainImmediate(uint32_t first, u
     // The saturation and bit-field forms: bit 10 of the first halfword and bit 5 of the
     // second are zero; the shift or lsb is imm3:imm2.
     const int imm5 = int((bits(second, 14, 12) << 2) | bits(second, 7, 6));
-    if (op < 0x10 || bit(first, 10) || bit(second, 5) || badRegister(rd) || !hasThumb2()) {
+    if (op < 0x10 || bit(first, 10) || bit(second, 5) || isPc(rd) || !hasThumb2()) {
         emitUndefined();
         return;
     }
@@ -124,7 +120,7 @@ void ARMInstructionSetDecoder::decodeThumb32DataPlainImmediate(uint32_t first, u
     case 0x12:
     case 0x18:
     case 0x1A: {
-        if (badRegister(rn))
+        if (isPc(rn))
             break;
         const bool isUnsigned = op >= 0x18;
         const bool arithmetic = bit(first, 5);
@@ -141,14 +137,14 @@ void ARMInstructionSetDecoder::decodeThumb32DataPlainImmediate(uint32_t first, u
     case 0x14:
     case 0x1C: {
         const int width = int(bits(second, 4, 0)) + 1;
-        if (badRegister(rn) || imm5 + width > 32)
+        if (isPc(rn) || imm5 + width > 32)
             break;
         emitBitField(op == 0x1C ? A32::Ubfx : A32::Sbfx, int(rd), int(rn), imm5, width);
         return;
     }
     case 0x16: {
         const int msb = int(bits(second, 4, 0));
-        if (rn == 13 || msb < imm5)
+        if (msb < imm5)
             break;
         emitBitField(rn == 15 ? A32::Bfc : A32::Bfi, int(rd), int(rn), imm5, msb - imm5 + 1);
         return;
@@ -250,7 +246,9 @@ void ARMInstructionSetDecoder::decodeThumb32DataShiftedRegister(uint32_t first, 
             return;
         }
     }
-    if (bit(second, 15)) {
+    // ORRS with Rm = SP is the v8.1-M long shifts' space: the M-profile assembler
+    // refuses it, and the same bytes in a v8.1-M file mean another instruction.
+    if (bit(second, 15) || (op == TOrr && s && rm == 13)) {
         emitUndefined();
         return;
     }
@@ -258,38 +256,33 @@ void ARMInstructionSetDecoder::decodeThumb32DataShiftedRegister(uint32_t first, 
     switch (op) {
     case TAnd:
     case TEor:
-        valid = rd == 15 ? (s && !badRegister(rn) && !badRegister(rm))
-                         : (!badRegister(rd) && !badRegister(rn) && !badRegister(rm));
+        valid = !isPc(rn) && !isPc(rm) && (!isPc(rd) || s);
         break;
     case TOrr:
         if (rn == 15 && type == A32::Lsl && imm5 == 0) {
-            // The plain move: SP may be either side, not both, and not with S.
-            valid = s ? (!badRegister(rd) && !badRegister(rm)) : (rd != 15 && rm != 15 && !(rd == 13 && rm == 13));
+            valid = !isPc(rd) && !isPc(rm);
             break;
         }
         [[fallthrough]];
     case TOrn:
-        valid = !badRegister(rd) && rn != 13 && !badRegister(rm);
+        valid = !isPc(rd) && !isPc(rm);
         break;
     case TBic:
     case TAdc:
     case TSbc:
     case TRsb:
-        valid = !badRegister(rd) && !badRegister(rn) && !badRegister(rm);
+        valid = !isPc(rd) && !isPc(rn) && !isPc(rm);
         break;
     case 6: // PKHBT/PKHTB: T (bit 5) picks the top half and ASR; no S, bit 4 clear.
-        if (s || bit(second, 4) || badRegister(rd) || badRegister(rn) || badRegister(rm))
+        if (s || bit(second, 4) || isPc(rd) || isPc(rn) || isPc(rm))
             break;
         emitPack(bit(second, 5), int(rd), int(rn), int(rm), imm5);
         return;
     case TAdd:
     case TSub:
-        // SP as destination needs SP as source and at most LSL #3.
-        if (rd == 15)
-            valid = s && rn != 15 && !badRegister(rm);
-        else
-            valid = rn != 15 && !badRegister(rm) &&
-                    (rd != 13 || (rn == 13 && type == A32::Lsl && imm5 <= 3));
+        // From SP to SP the assembler takes only LSL by up to 3.
+        valid = !isPc(rn) && !isPc(rm) && (!isPc(rd) || s) &&
+                !(rd == 13 && rn == 13 && (type != A32::Lsl || imm5 > 3));
         break;
     default:
         break;
@@ -310,17 +303,17 @@ void ARMInstructionSetDecoder::decodeThumb32DataRegister(uint32_t first, uint32_
     const uint32_t rn = bits(first, 3, 0);
     const uint32_t rd = bits(second, 11, 8);
     const uint32_t rm = bits(second, 3, 0);
-    if (bits(second, 15, 12) != 15 || badRegister(rd) || badRegister(rm)) {
+    if (bits(second, 15, 12) != 15 || isPc(rd) || isPc(rm)) {
         emitUndefined();
         return;
     }
     if (!bit(op1, 3)) {
-        if (op2 == 0 && !badRegister(rn)) {
+        if (op2 == 0 && !isPc(rn)) {
             // LSL, LSR, ASR, ROR by register (op1 bits 2..1), S in bit 0.
             emitShiftRegister(int(bits(op1, 2, 1)), bit(op1, 0), int(rd), int(rn), int(rm));
             return;
         }
-        if (bits(op2, 3, 2) == 2 && op1 <= 5 && rn != 13) {
+        if (bits(op2, 3, 2) == 2 && op1 <= 5) {
             // Extends: op1 picks the form (sxth, uxth, sxtb16, uxtb16, sxtb, uxtb), given
             // on as the A32 codes of the same forms; Rn = PC extends without adding.
             static const int forms[6] = {3, 7, 0, 4, 2, 6};
@@ -330,7 +323,7 @@ void ARMInstructionSetDecoder::decodeThumb32DataRegister(uint32_t first, uint32_
         emitUndefined();
         return;
     }
-    if (badRegister(rn)) {
+    if (isPc(rn)) {
         emitUndefined();
         return;
     }
@@ -399,17 +392,17 @@ void ARMInstructionSetDecoder::decodeThumb32Multiply(uint32_t first, uint32_t se
     const uint32_t op2 = bits(second, 7, 4);
     // The pointer authentication forms: PACG where SMMLS would have Ra = PC, AUTG and
     // BXAUT where SMMLA would have Rd = PC.
-    if (bits(op2, 3, 1) == 0 && rn != 15 && rm != 15) {
-        if (op1 == 6 && ra == 15 && op2 == 0 && !badRegister(rd)) {
+    if (bits(op2, 3, 1) == 0 && rm != 15) {
+        if (op1 == 6 && ra == 15 && op2 == 0 && !isPc(rd)) {
             emitPointerAuthentication(Pacg, int(rd), int(rn), int(rm));
             return;
         }
-        if (op1 == 5 && rd == 15 && !badRegister(ra)) {
+        if (op1 == 5 && rd == 15 && !isPc(ra)) {
             emitPointerAuthentication(op2 ? Bxaut : Autg, int(ra), int(rn), int(rm));
             return;
         }
     }
-    if (badRegister(rd) || badRegister(rn) || badRegister(rm) || ra == 13) {
+    if (isPc(rd) || isPc(rn) || isPc(rm)) {
         emitUndefined();
         return;
     }
@@ -483,7 +476,7 @@ void ARMInstructionSetDecoder::decodeThumb32LongMultiply(uint32_t first, uint32_
     const uint32_t rdHi = bits(second, 11, 8);
     const uint32_t rm = bits(second, 3, 0);
     const uint32_t op2 = bits(second, 7, 4);
-    if (badRegister(rdHi) || badRegister(rn) || badRegister(rm)) {
+    if (isPc(rdHi) || isPc(rn) || isPc(rm)) {
         emitUndefined();
         return;
     }
@@ -495,7 +488,7 @@ void ARMInstructionSetDecoder::decodeThumb32LongMultiply(uint32_t first, uint32_
         emitMediaMultiply(op1 == 1 ? Sdiv : Udiv, false, int(rdHi), int(rn), int(rm), 15);
         return;
     }
-    if (badRegister(rdLo) || rdLo == rdHi) {
+    if (isPc(rdLo)) {
         emitUndefined();
         return;
     }

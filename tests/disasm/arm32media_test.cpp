@@ -156,14 +156,32 @@ TEST(Arm32Media, Levels)
         EXPECT_EQ(decode(row.level, row.encoding), row.text) << row.level << ' ' << std::hex << row.encoding;
 }
 
+// Unpredictable register choices that the assembler still takes and gives back:
+// decoded as objdump prints them.
+TEST(Arm32Media, UnpredictableButAssembledAsObjdumpPrintsThem)
+{
+    const std::vector<Row> rows = {
+        {Any, 0xE1400382, "smlalbb r0, r0, r2, r3"},
+        {Any, 0xE7411312, "smlald r1, r1, r2, r3"},
+        {Any, 0xE0877191, "umull r7, r7, r1, r1"},
+        {Any, 0xE7A5495F, "sbfx r4, pc, #18, #6"},
+        {Any, 0xE6FFFF37, "rbit pc, r7"},
+        {Any, 0xE1A00F1E, "lsl r0, lr, pc"},
+        {Any, 0xE1A0FE23, "lsr pc, r3, #28"},
+        {Any, 0xE24FC268, "sub r12, pc, #0x68, 4"},
+        {Any, 0xE29F4369, "adds r4, pc, #0xA4000001"},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(decode(row.level, row.encoding), row.text) << std::hex << row.encoding;
+}
+
 // Words the assembler cannot give back: objdump's text for each in the comment.
 TEST(Arm32Media, UnpredictableAndShouldBeFieldsStayUndecoded)
 {
     const std::vector<Row> rows = {
         {Any, 0xE10F3281, Undefined}, // smlabb pc, r1, r2, r3 @ <UNPREDICTABLE>
-        {Any, 0xE1400382, Undefined}, // smlalbb r0, r0, r2, r3 @ <UNPREDICTABLE>
         {Any, 0xE750F2D1, Undefined}, // smmls r0, r1, r2, pc @ <UNPREDICTABLE>
-        {Any, 0xE7411312, Undefined}, // smlald r1, r1, r2, r3 @ <UNPREDICTABLE>
+        {Any, 0xE0877F11, Undefined}, // add r7, r7, r1, lsl pc (the assembler: using r15)
         {Any, 0xE6A0FF31, Undefined}, // ssat16 pc, #1, r1 (the assembler: r15 not allowed)
         {Any, 0xE1611382, Undefined}, // cmn r1, r2, lsl #7: SMULBB with bits 15..12 set
         {Any, 0xE1020151, Undefined}, // tst r2, r1, asr r1: QADD with bits 11..8 set

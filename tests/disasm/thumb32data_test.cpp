@@ -145,10 +145,20 @@ const std::vector<Row> kRows = {
     {ArmLevel::V7EM, 0xFAC1F082, "crc32b r0, r1, r2"},
     {Any, 0xEA528276, "undefined opcode"},
     {ArmLevel::V6M, 0xF0010203, "undefined opcode"},
-    // Unpredictable register choices stay undecoded.
-    {Any, 0xF2AF0D04, "undefined opcode"}, // SUBW SP from the PC
+    // SP in the unpredictable places: decoded as objdump prints them, which the
+    // ARMv8 assembler takes back (as equal halves of a long multiply).
+    {Any, 0xF2AF0D04, "subw sp, pc, #4"},
+    {Any, 0xF05D4E80, "orrs.w lr, sp, #0x40000000"},
+    {Any, 0xFB6FFC03, "pacg r12, pc, r3"},
+    {Any, 0xFBA8BB03, "umull r11, r11, r8, r3"},
+    {Any, 0xEACD49EE, "pkhtb r9, sp, lr, asr #19"},
+    {Any, 0xFA4DF1A4, "sxtab r1, sp, r4, ror #16"},
+    {Any, 0xEA4F0D0D, "mov.w sp, sp"},
+    {Any, 0xEBAD0D81, "sub.w sp, sp, r1, lsl #2"},
+    // What the assembler refuses or cannot spell stays undecoded.
     {Any, 0xFB61F213, "undefined opcode"}, // SMMLS with Ra = PC
     {Any, 0xEBAD1D01, "undefined opcode"}, // SUB SP, SP with LSL #4
+    {Any, 0xF36F759C, "undefined opcode"}, // BFC with msb below lsb
 };
 
 TEST(Thumb32Data, FormsAsObjdumpPrintsThem)
