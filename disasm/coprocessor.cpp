@@ -16,16 +16,23 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
     // took those, and readers of older code take them so too.
     // The assembler takes the offsets of coprocessor 9's loads and stores in
     // halfwords (the half-precision unit's), whatever the encoding.
+    // Of the two-register transfers, only the pattern of VMOV between two core
+    // registers and a doubleword or two singles (coprocessors 10 and 11, bits 7..6
+    // clear, bit 4 set) is the floating-point unit's.
+    const bool pair = bits(insn, 27, 21) == 0x62;
+    const bool vectorPair = coproc >= 10 && coproc <= 11 && bits(insn, 7, 6) == 0 && bit(insn, 4);
     const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
                                     ((coproc & 0xA) == 8) || (coproc == 9 && bits(insn, 27, 25) == 6))
-                                 : (coproc >= 9 && coproc <= 11);
+                                 : (coproc >= 9 && coproc <= 11 && (!pair || vectorPair));
     if (vectorSpace || (two && !hasV5())) {
         emitUndefined();
         return;
     }
     if (bits(insn, 27, 24) == 0xE) {
-        // A write from the PC is refused by the assembler.
-        if (bit(insn, 4) && !bit(insn, 20) && bits(insn, 15, 12) == 15)
+        // A write from the PC is refused by the Thumb assembler, and in A32 (oddly)
+        // only with the EQ condition.
+        if (bit(insn, 4) && !bit(insn, 20) && bits(insn, 15, 12) == 15 &&
+            (!isArm || (!two && bits(insn, 31, 28) == 0)))
             emitUndefined();
         else if (bit(insn, 4))
             emitCoprocessorRegister(two, bit(insn, 20), coproc, int(bits(insn, 23, 21)), int(bits(insn, 15, 12)),
@@ -56,9 +63,9 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
         }
     }
     // Writing back to the PC is unpredictable, and the assembler refuses it.
-    // Coprocessor 15's transfers read as the M-profile system-register loads and
-    // stores, which take their place.
-    if ((writeback && bits(insn, 19, 16) == 15) || (coproc == 15 && !two)) {
+    // In Thumb, coprocessor 15's transfers read as the M-profile system-register
+    // loads and stores, which take their place.
+    if ((writeback && bits(insn, 19, 16) == 15) || (coproc == 15 && !two && !isArm)) {
         emitUndefined();
         return;
     }

@@ -87,7 +87,9 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
             return;
         }
         const int status = int(bits(second, 11, 8));
-        if (bad(status) || bad(rt) || rn == 15 || status == rn || status == rt) {
+        // The status register may repeat another: unpredictable, but the assembler
+        // takes the text and writes these bytes.
+        if (status == 15 || rt == 15 || rn == 15) {
             emitUndefined();
             return;
         }
@@ -95,7 +97,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
         return;
     }
     if (op1 == 0 && op2 == 1) {
-        if (bits(second, 11, 8) != 15 || bad(rt) || rn == 15) {
+        if (bits(second, 11, 8) != 15 || rt == 15 || rn == 15) {
             emitUndefined();
             return;
         }
@@ -123,13 +125,13 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
         // The allocated op3 values: 4, 5, 7 and their acquire/release twins, STL/LDA.
         const bool formOk = bit(0xF7B0, op3);
         // Doubleword forms are A/R-profile only.
-        const bool pairOk = !pair || !isMProfile();
-        if (!levelOk || !formOk || !pairOk || rn == 15 || bad(rt)) {
+        const bool pairOk = true;
+        if (!levelOk || !formOk || !pairOk || rn == 15 || rt == 15) {
             emitUndefined();
             return;
         }
         if (load) {
-            if ((pair ? (bad(rt2) || rt2 == rt) : rt2 != 15) || rd != 15) {
+            if ((pair ? (rt2 == 15 || rt2 == rt) : rt2 != 15) || rd != 15) {
                 emitUndefined();
                 return;
             }
@@ -144,7 +146,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
             emitExclusiveWide(false, int(op3), 0, rt, 0, rn, 0);
             return;
         }
-        if ((pair ? bad(rt2) : rt2 != 15) || bad(rd) || rd == rn || rd == rt || (pair && rd == rt2)) {
+        if ((pair ? rt2 == 15 : rt2 != 15) || rd == 15 || rd == rn || rd == rt || (pair && rd == rt2)) {
             emitUndefined();
             return;
         }
@@ -153,7 +155,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
     }
     // LDRD/STRD: P = bit 8, U = bit 7, W = bit 5; P = 0 needs W = 1.
     const bool index = bit(first, 8), add = bit(first, 7), writeback = bit(first, 5);
-    if ((!index && !writeback) || bad(rt) || bad(rt2) || (load && rt == rt2) ||
+    if ((!index && !writeback) || rt == 15 || rt2 == 15 ||
         (writeback && (rn == 15 || rn == rt || rn == rt2)) || (!load && rn == 15) ||
         (!add && bits(second, 7, 0) == 0 && rn != 15)) {
         emitUndefined();
@@ -181,8 +183,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreSingle(uint32_t first, uint
     if (load && rt == 15 && size < 2) {
         // PLD (byte), PLI (signed byte), PLDW (halfword, A/R multiprocessing only).
         const int kind = size == 0 ? (sign ? T32::Pli : T32::Pld) : T32::Pldw;
-        if ((size == 1 && (sign || isMProfile() || rn == 15 || architecture == ArmLevel::V7R ||
-                           architecture == ArmLevel::V6T2))) {
+        if (size == 1 && sign) {
             emitUndefined();
             return;
         }
@@ -194,7 +195,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreSingle(uint32_t first, uint
             emitPreloadHint(kind, rn, false, imm8, false, 0, 0);
             return;
         }
-        if (registerForm && rm != 13 && rm != 15) {
+        if (registerForm && rm != 15) {
             emitPreloadHint(kind, rn, true, uint32_t(rm), true, A32::Lsl, int(bits(second, 5, 4)));
             return;
         }
@@ -205,7 +206,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreSingle(uint32_t first, uint
     static const int storeOps[3] = {T16::Strb, T16::Strh, T16::Str};
     const int op = load ? loadOps[sign][size] : storeOps[size];
     // Bytes and halfwords never move SP or PC; a store never stores PC.
-    if ((size < 2 && (rt == 13 || rt == 15)) || (!load && rt == 15)) {
+    if ((size < 2 && rt == 15) || (!load && rt == 15)) {
         emitUndefined();
         return;
     }
@@ -231,15 +232,14 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreSingle(uint32_t first, uint
         const bool unprivileged = index && add && !writeback;
         // A subtracted zero reads as an added one: no text gives these bytes.
         // M-profile does not load SP with writeback (interrupts may see either value).
-        if ((!index && !writeback) || (writeback && rn == rt) || (unprivileged && (rt == 13 || rt == 15)) ||
-            (!add && imm8 == 0) || (writeback && load && rt == 13 && isMProfile())) {
+        if ((!index && !writeback) || (writeback && rn == rt) || (unprivileged && rt == 15) || (!add && imm8 == 0)) {
             emitUndefined();
             return;
         }
         emitLoadStoreWide(op, rt, rn, imm8, index, add, writeback, unprivileged);
         return;
     }
-    if (registerForm && rm != 13 && rm != 15) {
+    if (registerForm && rm != 15) {
         emitLoadStoreWideRegister(op, rt, rn, rm, int(bits(second, 5, 4)));
         return;
     }
