@@ -268,7 +268,11 @@ void ARMInstructionSetDecoder::decodeArmMisc(uint32_t insn)
             emitBankedRegister(false, saved, sysm, int(bits(insn, 15, 12)));
             return;
         }
-        if (bit(insn, 21) && bits(insn, 15, 10) == 0x3C && rm != 15 && bankedRegisterAllowed(saved, sysm)) {
+        // objdump reads the banked MSR as one with a shifted register before the
+        // virtualization levels, a text the assembler refuses.
+        const bool virtualizationLevel = architecture == ArmLevel::Any || architecture == ArmLevel::V7A ||
+                                         architecture == ArmLevel::V8A || architecture == ArmLevel::V8R;
+        if (bit(insn, 21) && bits(insn, 15, 10) == 0x3C && virtualizationLevel && bankedRegisterAllowed(saved, sysm)) {
             emitBankedRegister(true, saved, sysm, rm);
             return;
         }
@@ -450,7 +454,7 @@ void ARMInstructionSetDecoder::decodeArmUnconditionalControl(uint32_t insn)
                 emitPreloadHint(T32::Pli, rn, false, bits(insn, 11, 0), add, 0, 0);
                 return;
             }
-            if (bit(insn, 24) && bits(insn, 22, 20) == 1 && rn != 15 && multiprocessing) {
+            if (bit(insn, 24) && bits(insn, 22, 20) == 1 && multiprocessing) {
                 emitPreloadHint(T32::Pldw, rn, false, bits(insn, 11, 0), add, 0, 0);
                 return;
             }

@@ -276,6 +276,9 @@ protected:
     // A32 LDM/STM with "^": the user registers, or an exception return when the PC is loaded;
     // mode is an A32::BlockMode.
     virtual void emitBlockTransferUser(bool load, int mode, int rn, uint32_t registers, bool writeback) = 0;
+    // 32-bit Thumb PLD, PLDW, PLI with the index and writeback bits of the 8-bit offset form
+    // (unpredictable, but the assembler writes these texts to these bytes).
+    virtual void emitPreloadIndexed(int kind, int rn, uint32_t imm8, bool index, bool add, bool writeback) = 0;
 
     // ---- decode state ----
     bool pendingPrefix = false;

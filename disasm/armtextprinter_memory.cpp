@@ -266,3 +266,13 @@ void ARMInstructionSetDisassembler::emitBlockTransferUser(bool load, int mode, i
     registerList(registers);
     put('^');
 }
+
+void ARMInstructionSetDisassembler::emitPreloadIndexed(int kind, int rn, uint32_t imm8, bool index, bool add,
+                                                       bool writeback)
+{
+    static const char* const names[3] = {"pld", "pldw", "pli"};
+    mnemonic(names[kind]);
+    put(" [");
+    reg(rn);
+    offsetAddressing(imm8, index, add, writeback);
+}

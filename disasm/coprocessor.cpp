@@ -21,9 +21,12 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
     // clear, bit 4 set) is the floating-point unit's.
     const bool pair = bits(insn, 27, 21) == 0x62;
     const bool vectorPair = coproc >= 10 && coproc <= 11 && bits(insn, 7, 6) == 0 && bit(insn, 4);
+    // Coprocessor 9's two-register transfers are generic (objdump reads its other
+    // conditional forms as undefined).
+    const bool generic9 = coproc == 9 && pair;
     const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
                                     ((coproc & 0xA) == 8) || (coproc == 9 && bits(insn, 27, 25) == 6))
-                                 : (coproc >= 9 && coproc <= 11 && (!pair || vectorPair));
+                                 : (coproc >= 9 && coproc <= 11 && (!pair || vectorPair) && !generic9);
     if (vectorSpace || (two && !hasV5())) {
         emitUndefined();
         return;

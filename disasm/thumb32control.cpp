@@ -415,7 +415,10 @@ bool ARMInstructionSetDecoder::hintAllowed(uint32_t hint) const
 
 bool ARMInstructionSetDecoder::bankedRegisterAllowed(bool saved, int sysm) const
 {
-    if (isMProfile() || (architecture != ArmLevel::Any && architecture != ArmLevel::V7A &&
+    // In A32 the banked forms take space that no older form uses: objdump reads
+    // them at every level (the A32 decoder keeps the MSR to the levels where
+    // objdump's text is the assembler's).
+    if (isMProfile() || (!isArm && architecture != ArmLevel::Any && architecture != ArmLevel::V7A &&
                          architecture != ArmLevel::V8A && architecture != ArmLevel::V8R))
         return false;
     if (saved)

@@ -37,8 +37,8 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreMultiple(uint32_t first, ui
     }
     if (op == 1 && load && rn == 15 && !writeback) {
         // CLRM (ARMv8.1-M): bit 15 stands for APSR, SP never cleared.
-        if ((architecture == ArmLevel::Any || architecture == ArmLevel::V81MMainline) && second != 0 &&
-            !bit(second, 13)) {
+        // ARMv8.1-M's, but the encoding (LDM from the PC) means nothing else anywhere.
+        if (second != 0 && !bit(second, 13)) {
             emitClearRegisters(second);
             return;
         }
@@ -106,7 +106,6 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
     }
     if (op1 == 1 && (op2 == 0 || op2 == 1)) {
         const uint32_t op3 = bits(second, 7, 4);
-        const bool acquireRelease = bit(op3, 3);
         const bool exclusive = bit(op3, 2);
         const bool pair = (op3 & 3) == 3;
         if (load && op3 <= 1) { // TBB, TBH
@@ -117,16 +116,12 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
             emitTableBranch(op3 == 1, rn, rd);
             return;
         }
-        // Byte, halfword and doubleword exclusives came with v7; acquire/release with v8.
-        const bool levelOk = acquireRelease
-                                 ? (architecture == ArmLevel::Any || architecture == ArmLevel::V8A ||
-                                    architecture == ArmLevel::V8R || architecture >= ArmLevel::V8MBaseline)
-                                 : true;
+        // Acquire/release (op3 8 and up) came with v8 and the doubleword exclusives
+        // belong to the A/R profile, but nothing else uses their encodings: objdump
+        // reads them at every level.
         // The allocated op3 values: 4, 5, 7 and their acquire/release twins, STL/LDA.
         const bool formOk = bit(0xF7B0, op3);
-        // Doubleword forms are A/R-profile only.
-        const bool pairOk = true;
-        if (!levelOk || !formOk || !pairOk || rn == 15 || rt == 15) {
+        if (!formOk || rn == 15 || rt == 15) {
             emitUndefined();
             return;
         }
@@ -193,6 +188,11 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreSingle(uint32_t first, uint
         }
         if (bits(second, 11, 8) == 0xC) {
             emitPreloadHint(kind, rn, false, imm8, false, 0, 0);
+            return;
+        }
+        // The other 8-bit offset forms: pre-indexed with writeback, and post-indexed.
+        if (imm8Form && bit(second, 8)) {
+            emitPreloadIndexed(kind, rn, imm8, bit(second, 10), bit(second, 9), true);
             return;
         }
         if (registerForm && rm != 15) {

@@ -187,6 +187,9 @@ def main():
             # objdump reads BF, BFL and BFCSEL with a zero branch-point offset, which the
             # assembler refuses (the branch point lies 2 to 30 bytes on)
             return "branch future at a zero branch point"
+        if (w >> 16) & 0xF87C == 0xF03C and w & 0xF001 == 0xE001 and (w >> 23) & 0xF != 0:
+            # BFCSEL with condition 15, which objdump writes "<und>"
+            return "BFCSEL with no condition"
         return None
     return sweeplib.run_sweep(instructions(), True, printer, level, machine, marches, disagreement_class,
                               pc_relative, TARGET, outside)
