@@ -243,7 +243,8 @@ void ARMInstructionSetDecoder::decodeArmMisc(uint32_t insn)
             emitBranchJazelle(rm);
             return;
         }
-        if (op2 == 3 && hasV5() && rm != 15) {
+        // BLX of the PC: useless, but the assembler writes it back (with a remark).
+        if (op2 == 3 && hasV5()) {
             emitBranchExchange(true, false, rm);
             return;
         }

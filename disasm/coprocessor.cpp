@@ -44,9 +44,10 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
     // clear, bit 4 set) is the floating-point unit's.
     const bool pair = bits(insn, 27, 21) == 0x62;
     const bool vectorPair = coproc >= 10 && coproc <= 11 && bits(insn, 7, 6) == 0 && bit(insn, 4);
-    // Coprocessor 9's two-register transfers are generic (objdump reads its other
-    // conditional forms as undefined).
-    const bool generic9 = coproc == 9 && pair;
+    // Coprocessor 9's two-register transfers and its reads into the flags are generic
+    // (objdump reads its other conditional forms as undefined).
+    const bool flagsRead = bits(insn, 27, 24) == 0xE && bit(insn, 4) && bit(insn, 20) && bits(insn, 15, 12) == 15;
+    const bool generic9 = coproc == 9 && (pair || (flagsRead && isArm));
     // In Thumb the whole of coprocessors 8, 9, 12 and 13 stays with the vector forms.
     const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
                                     coproc == 9 || ((coproc & 0xA) == 8 && (!isArm || armVectorForm(insn))))
