@@ -81,15 +81,33 @@ void ARMInstructionSetDecoder::decodeArm(uint32_t insn)
         decodeArmLoadStore(insn);
         return;
     case 4: {
-        // LDM/STM; the user-register and exception-return forms (bit 22) are not decoded.
+        // LDM/STM. The PC base and the empty list have no assembler text. A written-back
+        // base inside the list is only taken for a store whose base is the lowest register
+        // (it stores the unchanged value).
         const int rn = int(bits(insn, 19, 16));
         const uint32_t list = bits(insn, 15, 0);
         const bool w = bit(insn, 21);
-        if (bit(insn, 22) || list == 0 || rn == 15 || (w && (list & (1u << rn)))) {
+        const bool load = bit(insn, 20);
+        const bool baseInList = list & (1u << rn);
+        if (list == 0 || rn == 15) {
             emitUndefined();
             return;
         }
-        emitBlockTransfer(bit(insn, 20), int(bits(insn, 24, 23)), rn, list, w);
+        if (bit(insn, 22)) {
+            // "^": the user registers, or with the PC loaded the exception return, where
+            // only the latter may write the base back.
+            if (w && (!load || !(list & 0x8000u) || baseInList)) {
+                emitUndefined();
+                return;
+            }
+            emitBlockTransferUser(load, int(bits(insn, 24, 23)), rn, list, w);
+            return;
+        }
+        if (w && baseInList && (load || (list & ((1u << rn) - 1)))) {
+            emitUndefined();
+            return;
+        }
+        emitBlockTransfer(load, int(bits(insn, 24, 23)), rn, list, w);
         return;
     }
     case 5: {
@@ -221,7 +239,8 @@ void ARMInstructionSetDecoder::decodeArmMisc(uint32_t insn)
             emitBranchJazelle(rm);
             return;
         }
-        if (op2 == 3 && hasV5() && rm != 15) {
+        // BLX of the PC: useless, but the assembler writes it back (with a remark).
+        if (op2 == 3 && hasV5()) {
             emitBranchExchange(true, false, rm);
             return;
         }
@@ -246,7 +265,11 @@ void ARMInstructionSetDecoder::decodeArmMisc(uint32_t insn)
             emitBankedRegister(false, saved, sysm, int(bits(insn, 15, 12)));
             return;
         }
-        if (bit(insn, 21) && bits(insn, 15, 10) == 0x3C && rm != 15 && bankedRegisterAllowed(saved, sysm)) {
+        // objdump reads the banked MSR as one with a shifted register before the
+        // virtualization levels, a text the assembler refuses.
+        const bool virtualizationLevel = architecture == ArmLevel::Any || architecture == ArmLevel::V7A ||
+                                         architecture == ArmLevel::V8A || architecture == ArmLevel::V8R;
+        if (bit(insn, 21) && bits(insn, 15, 10) == 0x3C && virtualizationLevel && bankedRegisterAllowed(saved, sysm)) {
             emitBankedRegister(true, saved, sysm, rm);
             return;
         }
@@ -258,7 +281,7 @@ void ARMInstructionSetDecoder::decodeArmMisc(uint32_t insn)
         emitExceptionCall(T32::Smc, bits(insn, 3, 0));
         return;
     }
-    if (op == 2 && op2 == 7 && condition < 0 && virtualization) {
+    if (op == 2 && op2 == 7 && virtualization) {
         emitExceptionCall(T32::Hvc, (bits(insn, 19, 8) << 4) | bits(insn, 3, 0));
         return;
     }
@@ -295,7 +318,7 @@ void ARMInstructionSetDecoder::decodeArmLoadStore(uint32_t insn)
     // Post-indexed with W set is the unprivileged (T) form; writing back into the
     // transfer register or the PC is unpredictable.
     if ((writeback && (rn == 15 || rn == rt)) || (byte && rt == 15) || (registerForm && rm == 15) ||
-        (!index && w && rt == 15)) {
+        (!index && w && rt == 15 && load)) {
         emitUndefined();
         return;
     }
@@ -363,14 +386,20 @@ void ARMInstructionSetDecoder::decodeArmUnconditional(uint32_t insn)
         emitBranchLink(true, target);
         return;
     }
-    if (bits(insn, 27, 8) == 0x57FF0 && hasThumb2()) {
+    if (bits(insn, 27, 8) == 0x57FF0) {
         const uint32_t op = bits(insn, 7, 4);
         const uint32_t option = bits(insn, 3, 0);
-        // The options the assembler names for v7: SY, ST and the shareability
-        // domains; ISB only with SY.
-        const bool named = option == 15 || (op != 6 && (option == 14 || option == 11 || option == 10 ||
-                                                         option == 7 || option == 6 || option == 3 || option == 2));
-        if (op >= 4 && op <= 6 && named) {
+        // DSB 0 and 4 are the speculation barriers, which objdump reads at every level.
+        if (op == 4 && (option == 0 || option == 4)) {
+            emitPlain(option == 0 ? T32::Ssbb : T32::Pssbb);
+            return;
+        }
+        if (op == 1 && option == 15 && (hasThumb2() || architecture == ArmLevel::Any)) {
+            emitPlain(T32::Clrex);
+            return;
+        }
+        // DSB 12 has no text the assembler takes back.
+        if (op >= 4 && op <= 6 && hasThumb2() && !(op == 4 && option == 12)) {
             emitBarrier(int(op - 4), int(option));
             return;
         }
@@ -422,7 +451,7 @@ void ARMInstructionSetDecoder::decodeArmUnconditionalControl(uint32_t insn)
                 emitPreloadHint(T32::Pli, rn, false, bits(insn, 11, 0), add, 0, 0);
                 return;
             }
-            if (bit(insn, 24) && bits(insn, 22, 20) == 1 && rn != 15 && multiprocessing) {
+            if (bit(insn, 24) && bits(insn, 22, 20) == 1 && multiprocessing) {
                 emitPreloadHint(T32::Pldw, rn, false, bits(insn, 11, 0), add, 0, 0);
                 return;
             }

@@ -273,6 +273,12 @@ protected:
                                   uint32_t elseTarget) = 0;
     // A32 LDRHT, STRHT, LDRSBT, LDRSHT: op an A32::ExtraOp, post-indexed.
     virtual void emitExtraUnprivileged(int op, int rt, int rn, bool immediate, uint32_t imm8OrRm, bool add) = 0;
+    // A32 LDM/STM with "^": the user registers, or an exception return when the PC is loaded;
+    // mode is an A32::BlockMode.
+    virtual void emitBlockTransferUser(bool load, int mode, int rn, uint32_t registers, bool writeback) = 0;
+    // 32-bit Thumb PLD, PLDW, PLI with the index and writeback bits of the 8-bit offset form
+    // (unpredictable, but the assembler writes these texts to these bytes).
+    virtual void emitPreloadIndexed(int kind, int rn, uint32_t imm8, bool index, bool add, bool writeback) = 0;
 
     // ---- decode state ----
     bool pendingPrefix = false;
@@ -333,7 +339,6 @@ private:
     // What the level has of the special registers, hints, barrier options and banked registers.
     bool specialRegisterAllowed(uint32_t sysm) const;
     bool hintAllowed(uint32_t hint) const;
-    bool barrierAllowed(int op, int option) const;
     bool bankedRegisterAllowed(bool saved, int sysm) const;
     void decodeThumb32Coprocessor(uint32_t first, uint32_t second);
     // Encoding families (one file each).

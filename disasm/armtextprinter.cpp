@@ -723,10 +723,14 @@ void ARMInstructionSetDisassembler::emitBarrier(int op, int option)
     static const char* const names[3] = {"dsb", "dmb", "isb"};
     static const char* const options[16] = {"", "oshld", "oshst", "osh", "", "nshld", "nshst", "nsh",
                                             "", "ishld", "ishst", "ish", "", "ld", "st", "sy"};
-    // Conditional inside a Thumb IT block.
+    // Conditional inside a Thumb IT block. Options without a name, and every ISB
+    // option but SY, are written as numbers.
     mnemonic(names[op]);
     put(' ');
-    put(options[option & 15]);
+    if (op == 2 ? option == 15 : *options[option & 15] != '\0')
+        put(options[option & 15]);
+    else
+        immediate(uint32_t(option & 15));
 }
 
 void ARMInstructionSetDisassembler::emitExclusive(bool load, int op, int rd, int rt, int rn)

@@ -88,6 +88,8 @@ protected:
     void emitBranchFuture(int op, uint32_t branchPoint, uint32_t target, int conditionOrRm,
                           uint32_t elseTarget) override;
     void emitExtraUnprivileged(int op, int rt, int rn, bool immediate, uint32_t imm8OrRm, bool add) override;
+    void emitBlockTransferUser(bool load, int mode, int rn, uint32_t registers, bool writeback) override;
+    void emitPreloadIndexed(int kind, int rn, uint32_t imm8, bool index, bool add, bool writeback) override;
     // "[pc, #imm]" (or the literal's own text) for a PC-relative load of `size` bytes.
     void literalOperand(uint32_t offset, bool add, int size);
     // The rest of "[rn" with an immediate offset: offset, pre-index or post-index.

@@ -104,10 +104,12 @@ void ARMInstructionSetDisassembler::emitChangeProcessorState(int imod, int flags
 
 void ARMInstructionSetDisassembler::emitExceptionCall(int op, uint32_t imm)
 {
-    if (op == T32::Smc)
-        mnemonic("smc");
-    else {
-        // HVC and UDF are never conditional.
+    if (op == T32::Smc || (op == T32::Hvc && isArm)) {
+        // The A32 HVC with a condition other than "always" is unpredictable, but the
+        // assembler writes it with its condition.
+        mnemonic(op == T32::Smc ? "smc" : "hvc");
+    } else {
+        // HVC (in Thumb) and UDF are never conditional.
         advanceItState();
         put(op == T32::Hvc ? "hvc" : "udf");
         if (op == T32::Udf && !isArm)

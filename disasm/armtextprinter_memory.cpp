@@ -252,3 +252,27 @@ void ARMInstructionSetDisassembler::emitExtraUnprivileged(int op, int rt, int rn
         put('-');
     reg(int(imm8OrRm));
 }
+
+void ARMInstructionSetDisassembler::emitBlockTransferUser(bool load, int mode, int rn, uint32_t registers,
+                                                         bool writeback)
+{
+    // The ascending store keeps its "ia": that is the spelling objdump gives these forms.
+    static const char* const loads[4] = {"ldmda", "ldm", "ldmdb", "ldmib"};
+    static const char* const stores[4] = {"stmda", "stmia", "stmdb", "stmib"};
+    mnemonic(load ? loads[mode & 3] : stores[mode & 3]);
+    put(' ');
+    reg(rn);
+    put(writeback ? "!, " : ", ");
+    registerList(registers);
+    put('^');
+}
+
+void ARMInstructionSetDisassembler::emitPreloadIndexed(int kind, int rn, uint32_t imm8, bool index, bool add,
+                                                       bool writeback)
+{
+    static const char* const names[3] = {"pld", "pldw", "pli"};
+    mnemonic(names[kind]);
+    put(" [");
+    reg(rn);
+    offsetAddressing(imm8, index, add, writeback);
+}

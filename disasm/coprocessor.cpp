@@ -7,6 +7,29 @@
 using ArmBits::bit;
 using ArmBits::bits;
 
+namespace {
+// The ARMv8 vector forms (complex numbers, half-precision and BFloat16 multiply-
+// accumulates, dot products, matrix multiplies) in the unconditional A32 encodings of
+// coprocessors 8, 12 and 13: one hex digit for each value of bits 27..20 from 0xC0
+// to 0xEF, its bit (bit 6 * 2 + bit 4) set where the form is a vector one. The rest
+// of those coprocessors' space stays generic.
+const char* const kVectorSpace8 = "00FF00FF55F555F50055005555555555FF5FFF5F55555555";
+const char* const kVectorSpace12 = "40C040C00040004000000000000000000000000000000000";
+const char* const kVectorSpace13 = "50F050F000500050000000000000000050FF50FFF0FFF0FF";
+
+bool armVectorForm(uint32_t insn)
+{
+    const uint32_t coproc = bits(insn, 11, 8);
+    const char* table = coproc == 8 ? kVectorSpace8 : coproc == 12 ? kVectorSpace12 : kVectorSpace13;
+    const uint32_t row = bits(insn, 27, 20);
+    if (row < 0xC0 || row > 0xEF)
+        return true;
+    const char digit = table[row - 0xC0];
+    const uint32_t mask = uint32_t(digit <= '9' ? digit - '0' : digit - 'A' + 10);
+    return (mask >> (bit(insn, 6) * 2 + bit(insn, 4))) & 1;
+}
+} // namespace
+
 void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
 {
     const int coproc = int(bits(insn, 11, 8));
@@ -16,16 +39,28 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
     // took those, and readers of older code take them so too.
     // The assembler takes the offsets of coprocessor 9's loads and stores in
     // halfwords (the half-precision unit's), whatever the encoding.
+    // Of the two-register transfers, only the pattern of VMOV between two core
+    // registers and a doubleword or two singles (coprocessors 10 and 11, bits 7..6
+    // clear, bit 4 set) is the floating-point unit's.
+    const bool pair = bits(insn, 27, 21) == 0x62;
+    const bool vectorPair = coproc >= 10 && coproc <= 11 && bits(insn, 7, 6) == 0 && bit(insn, 4);
+    // Coprocessor 9's two-register transfers and its reads into the flags are generic
+    // (objdump reads its other conditional forms as undefined).
+    const bool flagsRead = bits(insn, 27, 24) == 0xE && bit(insn, 4) && bit(insn, 20) && bits(insn, 15, 12) == 15;
+    const bool generic9 = coproc == 9 && (pair || (flagsRead && isArm));
+    // In Thumb the whole of coprocessors 8, 9, 12 and 13 stays with the vector forms.
     const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
-                                    ((coproc & 0xA) == 8) || (coproc == 9 && bits(insn, 27, 25) == 6))
-                                 : (coproc >= 9 && coproc <= 11);
+                                    coproc == 9 || ((coproc & 0xA) == 8 && (!isArm || armVectorForm(insn))))
+                                 : (coproc >= 9 && coproc <= 11 && (!pair || vectorPair) && !generic9);
     if (vectorSpace || (two && !hasV5())) {
         emitUndefined();
         return;
     }
     if (bits(insn, 27, 24) == 0xE) {
-        // A write from the PC is refused by the assembler.
-        if (bit(insn, 4) && !bit(insn, 20) && bits(insn, 15, 12) == 15)
+        // A write from the PC is refused by the Thumb assembler, and in A32 (oddly)
+        // only with the EQ condition.
+        if (bit(insn, 4) && !bit(insn, 20) && bits(insn, 15, 12) == 15 &&
+            (!isArm || (!two && bits(insn, 31, 28) == 0)))
             emitUndefined();
         else if (bit(insn, 4))
             emitCoprocessorRegister(two, bit(insn, 20), coproc, int(bits(insn, 23, 21)), int(bits(insn, 15, 12)),
@@ -56,9 +91,9 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
         }
     }
     // Writing back to the PC is unpredictable, and the assembler refuses it.
-    // Coprocessor 15's transfers read as the M-profile system-register loads and
-    // stores, which take their place.
-    if ((writeback && bits(insn, 19, 16) == 15) || (coproc == 15 && !two)) {
+    // In Thumb, coprocessor 15's transfers read as the M-profile system-register
+    // loads and stores, which take their place.
+    if ((writeback && bits(insn, 19, 16) == 15) || (coproc == 15 && !two && !isArm)) {
         emitUndefined();
         return;
     }

@@ -114,5 +114,14 @@ void ARMInstructionSetDecoder::decodeThumb32(uint32_t first, uint32_t second)
 
 void ARMInstructionSetDecoder::decodeThumb32Coprocessor(uint32_t first, uint32_t second)
 {
+    // The M profile keeps the conditional coprocessor encodings for its
+    // floating-point, vector and custom-datapath extensions: only the
+    // unconditional ones (cdp2, mcr2, ldc2...) are generic there, and the
+    // two-register transfers of coprocessors 0 to 7, which no extension takes.
+    const bool lowPair = (first & 0x0FE0) == 0x0C40 && bits(second, 11, 8) < 8;
+    if (isMProfile() && !bit(first, 12) && !lowPair) {
+        emitUndefined();
+        return;
+    }
     decodeCoprocessor(first << 16 | second, bit(first, 12));
 }

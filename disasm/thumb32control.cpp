@@ -126,8 +126,8 @@ void ARMInstructionSetDecoder::decodeThumb32ExceptionCalls(uint32_t first, uint3
         emitExceptionCall(T32::Smc, imm4);
         return;
     }
-    if (op == 0x7E && bits(second, 14, 12) == 0 && !inItBlock() &&
-        (architecture == ArmLevel::Any || architecture == ArmLevel::V7A || architecture == ArmLevel::V8A)) {
+    // HVC shares its encoding with nothing else: objdump reads it at every level.
+    if (op == 0x7E && bits(second, 14, 12) == 0 && !inItBlock()) {
         emitExceptionCall(T32::Hvc, (imm4 << 12) | bits(second, 11, 0));
         return;
     }
@@ -207,8 +207,9 @@ void ARMInstructionSetDecoder::decodeThumb32Miscellaneous(uint32_t first, uint32
         const bool changeMode = bit(second, 8);
         const uint32_t flags = bits(second, 7, 5);
         const uint32_t mode = bits(second, 4, 0);
-        // M-profile has only the 16-bit CPS; no CPS inside an IT block.
-        if (mProfile || inItBlock() || imod == 1 || (imod == 0 && (flags != 0 || !changeMode)) ||
+        // No CPS inside an IT block (M-profile has only the 16-bit CPS, but objdump
+        // reads the wide one there too and the assembler writes it back).
+        if (inItBlock() || imod == 1 || (imod == 0 && (flags != 0 || !changeMode)) ||
             (imod != 0 && flags == 0) || (!changeMode && mode != 0)) {
             emitUndefined();
             return;
@@ -232,11 +233,13 @@ void ARMInstructionSetDecoder::decodeThumb32Miscellaneous(uint32_t first, uint32
         case 4:
         case 5:
         case 6:
-            if (barrierAllowed(int(bits(second, 7, 4)) - 4, int(option))) {
-                if (bits(second, 7, 4) == 4 && (option == 0 || option == 4)) {
-                    emitPlain(option == 0 ? T32::Ssbb : T32::Pssbb);
-                    return;
-                }
+            // DSB 0 and 4 are the speculation barriers; DSB 12 has no text the assembler
+            // takes back. objdump reads them all at every level.
+            if (bits(second, 7, 4) == 4 && (option == 0 || option == 4)) {
+                emitPlain(option == 0 ? T32::Ssbb : T32::Pssbb);
+                return;
+            }
+            if (!(bits(second, 7, 4) == 4 && option == 12)) {
                 emitBarrier(int(bits(second, 7, 4)) - 4, int(option));
                 return;
             }
@@ -307,8 +310,9 @@ void ARMInstructionSetDecoder::decodeThumb32Miscellaneous(uint32_t first, uint32
 // low-overhead loops and VCTP, otherwise the branch-future forms.
 void ARMInstructionSetDecoder::decodeThumb32BranchFuture(uint32_t first, uint32_t second)
 {
-    if ((architecture != ArmLevel::Any && architecture != ArmLevel::V81MMainline) || inItBlock() ||
-        !bit(second, 0)) {
+    // Only ARMv8.1-M has these, but no other form shares their encodings: they read
+    // the same at every level that has 32-bit Thumb.
+    if (inItBlock() || !bit(second, 0)) {
         emitUndefined();
         return;
     }
@@ -367,7 +371,7 @@ void ARMInstructionSetDecoder::decodeThumb32BranchFuture(uint32_t first, uint32_
     }
     if (!bit(first, 6)) { // BFCSEL: 13-bit offset, the else target 2 or 4 past the branch point
         const int cond = int(bits(first, 5, 2));
-        if (cond >= 14) {
+        if (cond == 15) {
             emitUndefined();
             return;
         }
@@ -409,29 +413,12 @@ bool ARMInstructionSetDecoder::hintAllowed(uint32_t hint) const
     }
 }
 
-bool ARMInstructionSetDecoder::barrierAllowed(int op, int option) const
-{
-    const bool v8 = architecture == ArmLevel::Any || architecture == ArmLevel::V8A || architecture == ArmLevel::V8R ||
-                    architecture >= ArmLevel::V8MBaseline;
-    if (op == A32::Isb)
-        return option == 15;
-    // SY, ST and the shareability domains from v7; the load-only variants and the
-    // speculation barriers (DSB 0 and 4) from v8.
-    switch (option) {
-    case 15: case 14: case 11: case 10: case 7: case 6: case 3: case 2:
-        return true;
-    case 13: case 9: case 5: case 1:
-        return v8 && !isMProfile();
-    case 0: case 4:
-        return op == A32::Dsb && v8 && !isMProfile();
-    default:
-        return false;
-    }
-}
-
 bool ARMInstructionSetDecoder::bankedRegisterAllowed(bool saved, int sysm) const
 {
-    if (isMProfile() || (architecture != ArmLevel::Any && architecture != ArmLevel::V7A &&
+    // In A32 the banked forms take space that no older form uses: objdump reads
+    // them at every level (the A32 decoder keeps the MSR to the levels where
+    // objdump's text is the assembler's).
+    if (isMProfile() || (!isArm && architecture != ArmLevel::Any && architecture != ArmLevel::V7A &&
                          architecture != ArmLevel::V8A && architecture != ArmLevel::V8R))
         return false;
     if (saved)

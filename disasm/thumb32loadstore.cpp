@@ -37,8 +37,8 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreMultiple(uint32_t first, ui
     }
     if (op == 1 && load && rn == 15 && !writeback) {
         // CLRM (ARMv8.1-M): bit 15 stands for APSR, SP never cleared.
-        if ((architecture == ArmLevel::Any || architecture == ArmLevel::V81MMainline) && second != 0 &&
-            !bit(second, 13)) {
+        // ARMv8.1-M's, but the encoding (LDM from the PC) means nothing else anywhere.
+        if (second != 0 && !bit(second, 13)) {
             emitClearRegisters(second);
             return;
         }
@@ -87,7 +87,9 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
             return;
         }
         const int status = int(bits(second, 11, 8));
-        if (bad(status) || bad(rt) || rn == 15 || status == rn || status == rt) {
+        // The status register may repeat another: unpredictable, but the assembler
+        // takes the text and writes these bytes.
+        if (status == 15 || rt == 15 || rn == 15) {
             emitUndefined();
             return;
         }
@@ -95,7 +97,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
         return;
     }
     if (op1 == 0 && op2 == 1) {
-        if (bits(second, 11, 8) != 15 || bad(rt) || rn == 15) {
+        if (bits(second, 11, 8) != 15 || rt == 15 || rn == 15) {
             emitUndefined();
             return;
         }
@@ -104,7 +106,6 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
     }
     if (op1 == 1 && (op2 == 0 || op2 == 1)) {
         const uint32_t op3 = bits(second, 7, 4);
-        const bool acquireRelease = bit(op3, 3);
         const bool exclusive = bit(op3, 2);
         const bool pair = (op3 & 3) == 3;
         if (load && op3 <= 1) { // TBB, TBH
@@ -115,21 +116,17 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
             emitTableBranch(op3 == 1, rn, rd);
             return;
         }
-        // Byte, halfword and doubleword exclusives came with v7; acquire/release with v8.
-        const bool levelOk = acquireRelease
-                                 ? (architecture == ArmLevel::Any || architecture == ArmLevel::V8A ||
-                                    architecture == ArmLevel::V8R || architecture >= ArmLevel::V8MBaseline)
-                                 : true;
+        // Acquire/release (op3 8 and up) came with v8 and the doubleword exclusives
+        // belong to the A/R profile, but nothing else uses their encodings: objdump
+        // reads them at every level.
         // The allocated op3 values: 4, 5, 7 and their acquire/release twins, STL/LDA.
         const bool formOk = bit(0xF7B0, op3);
-        // Doubleword forms are A/R-profile only.
-        const bool pairOk = !pair || !isMProfile();
-        if (!levelOk || !formOk || !pairOk || rn == 15 || bad(rt)) {
+        if (!formOk || rn == 15 || rt == 15) {
             emitUndefined();
             return;
         }
         if (load) {
-            if ((pair ? (bad(rt2) || rt2 == rt) : rt2 != 15) || rd != 15) {
+            if ((pair ? (rt2 == 15 || rt2 == rt) : rt2 != 15) || rd != 15) {
                 emitUndefined();
                 return;
             }
@@ -144,7 +141,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
             emitExclusiveWide(false, int(op3), 0, rt, 0, rn, 0);
             return;
         }
-        if ((pair ? bad(rt2) : rt2 != 15) || bad(rd) || rd == rn || rd == rt || (pair && rd == rt2)) {
+        if ((pair ? rt2 == 15 : rt2 != 15) || rd == 15 || rd == rn || rd == rt || (pair && rd == rt2)) {
             emitUndefined();
             return;
         }
@@ -153,7 +150,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreDualExclusive(uint32_t firs
     }
     // LDRD/STRD: P = bit 8, U = bit 7, W = bit 5; P = 0 needs W = 1.
     const bool index = bit(first, 8), add = bit(first, 7), writeback = bit(first, 5);
-    if ((!index && !writeback) || bad(rt) || bad(rt2) || (load && rt == rt2) ||
+    if ((!index && !writeback) || rt == 15 || rt2 == 15 ||
         (writeback && (rn == 15 || rn == rt || rn == rt2)) || (!load && rn == 15) ||
         (!add && bits(second, 7, 0) == 0 && rn != 15)) {
         emitUndefined();
@@ -181,8 +178,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreSingle(uint32_t first, uint
     if (load && rt == 15 && size < 2) {
         // PLD (byte), PLI (signed byte), PLDW (halfword, A/R multiprocessing only).
         const int kind = size == 0 ? (sign ? T32::Pli : T32::Pld) : T32::Pldw;
-        if ((size == 1 && (sign || isMProfile() || rn == 15 || architecture == ArmLevel::V7R ||
-                           architecture == ArmLevel::V6T2))) {
+        if (size == 1 && sign) {
             emitUndefined();
             return;
         }
@@ -194,7 +190,12 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreSingle(uint32_t first, uint
             emitPreloadHint(kind, rn, false, imm8, false, 0, 0);
             return;
         }
-        if (registerForm && rm != 13 && rm != 15) {
+        // The other 8-bit offset forms: pre-indexed with writeback, and post-indexed.
+        if (imm8Form && bit(second, 8)) {
+            emitPreloadIndexed(kind, rn, imm8, bit(second, 10), bit(second, 9), true);
+            return;
+        }
+        if (registerForm && rm != 15) {
             emitPreloadHint(kind, rn, true, uint32_t(rm), true, A32::Lsl, int(bits(second, 5, 4)));
             return;
         }
@@ -205,7 +206,7 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreSingle(uint32_t first, uint
     static const int storeOps[3] = {T16::Strb, T16::Strh, T16::Str};
     const int op = load ? loadOps[sign][size] : storeOps[size];
     // Bytes and halfwords never move SP or PC; a store never stores PC.
-    if ((size < 2 && (rt == 13 || rt == 15)) || (!load && rt == 15)) {
+    if ((size < 2 && rt == 15) || (!load && rt == 15)) {
         emitUndefined();
         return;
     }
@@ -231,15 +232,14 @@ void ARMInstructionSetDecoder::decodeThumb32LoadStoreSingle(uint32_t first, uint
         const bool unprivileged = index && add && !writeback;
         // A subtracted zero reads as an added one: no text gives these bytes.
         // M-profile does not load SP with writeback (interrupts may see either value).
-        if ((!index && !writeback) || (writeback && rn == rt) || (unprivileged && (rt == 13 || rt == 15)) ||
-            (!add && imm8 == 0) || (writeback && load && rt == 13 && isMProfile())) {
+        if ((!index && !writeback) || (writeback && rn == rt) || (unprivileged && rt == 15) || (!add && imm8 == 0)) {
             emitUndefined();
             return;
         }
         emitLoadStoreWide(op, rt, rn, imm8, index, add, writeback, unprivileged);
         return;
     }
-    if (registerForm && rm != 13 && rm != 15) {
+    if (registerForm && rm != 15) {
         emitLoadStoreWideRegister(op, rt, rn, rm, int(bits(second, 5, 4)));
         return;
     }

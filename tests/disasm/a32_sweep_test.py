@@ -140,6 +140,10 @@ def disagreement_class(ours, theirs):
         return "objdump's nop for mov r0, r0"
     if re.match(r"nop\w*\s*\{0\}", theirs) and ours.split()[0].startswith("nop"):
         return "objdump's hint number on nop"
+    if re.match(r"(ldc|stc)l?\w* p15,", ours) and re.match(r"v(ldr|str)", theirs):
+        # objdump reads coprocessor 15's loads and stores as the M-profile system-register
+        # VLDR/VSTR even in A32, which has no such forms; the generic text assembles back
+        return "coprocessor 15 transfers read as system registers"
     return sweeplib.coprocessor_class(ours, theirs)
 
 

@@ -166,11 +166,23 @@ def main():
     marches = sys.argv[4:] or ["armv8.1-m.main+mve.fp+fp.dp+pacbti", "armv8-a+crc", "armv7ve", "armv8.2-a"]
     global M_PROFILE_MACHINE
     M_PROFILE_MACHINE = machine.startswith(("armv6-m", "armv6s-m", "armv7e-m", "armv8-m", "armv8.1-m"))
-    outside = None
-    if level in ("v6M", "v8M_Baseline"):
-        # objdump reads every 32-bit encoding at these levels too
-        def outside(w):
-            return None if sweeplib.baseline_allows(w, level) else "not in the level's 32-bit set"
+
+    def outside(w):
+        if level in ("v6M", "v8M_Baseline") and not sweeplib.baseline_allows(w, level):
+            # objdump reads every 32-bit encoding at these levels too
+            return "not in the level's 32-bit set"
+        if (w >> 16) & 0xF860 == 0xF060 and w & 0xD001 == 0xC001 and w & 0xFFFF != 0xE001:
+            # BFX and BFLX have the second halfword 0xE001; objdump ignores its bits 11..1
+            # (and reads 0xE001 itself as undefined), and the assembler writes 0xE001
+            return "BFX, BFLX with bits that must be fixed"
+        if (w >> 16) & 0xF800 == 0xF000 and w & 0xD001 == 0xC001 and (w >> 23) & 0xF == 0:
+            # objdump reads BF, BFL and BFCSEL with a zero branch-point offset, which the
+            # assembler refuses (the branch point lies 2 to 30 bytes on)
+            return "branch future at a zero branch point"
+        if (w >> 16) & 0xF87C == 0xF03C and w & 0xF001 == 0xE001 and (w >> 23) & 0xF != 0:
+            # BFCSEL with condition 15, which objdump writes "<und>"
+            return "BFCSEL with no condition"
+        return None
     return sweeplib.run_sweep(instructions(), True, printer, level, machine, marches, disagreement_class,
                               pc_relative, TARGET, outside)
 

@@ -56,7 +56,7 @@ TEST(Thumb32Memory, LoadsAndStoresAsObjdump)
         {ArmLevel::Any, 0xF810, 0xFC04, "pld [r0, #-4]"},
         {ArmLevel::Any, 0xF910, 0xF001, "pli [r0, r1]"},
         {ArmLevel::Any, 0xF830, 0xFC04, "pldw [r0, #-4]"},
-        {ArmLevel::V7M, 0xF830, 0xFC04, "undefined opcode"}, // no PLDW in M-profile
+        {ArmLevel::V7M, 0xF830, 0xFC04, "pldw [r0, #-4]"}, // objdump reads it in M-profile too
         {ArmLevel::Any, 0xE8BD, 0x0006, "ldmia.w sp!, {r1, r2}"},
         {ArmLevel::Any, 0xE92D, 0x0006, "stmdb sp!, {r1, r2}"},
         {ArmLevel::Any, 0xE8A0, 0x0006, "stmia.w r0!, {r1, r2}"},
@@ -66,7 +66,7 @@ TEST(Thumb32Memory, LoadsAndStoresAsObjdump)
         {ArmLevel::V7M, 0xE990, 0xC000, "undefined opcode"},
         {ArmLevel::V81MMainline, 0xE89F, 0x8006, "clrm {r1, r2, APSR}"},
         {ArmLevel::V81MMainline, 0xE89F, 0x4000, "clrm {lr}"},
-        {ArmLevel::V8MMainline, 0xE89F, 0x8006, "undefined opcode"},
+        {ArmLevel::V8MMainline, 0xE89F, 0x8006, "clrm {r1, r2, APSR}"}, // no other form takes it
         {ArmLevel::Any, 0xE8D0, 0xF001, "tbb [r0, r1]"},
         {ArmLevel::Any, 0xE8D0, 0xF011, "tbh [r0, r1, lsl #1]"},
         {ArmLevel::Any, 0xE851, 0x2F01, "ldrex r2, [r1, #4]"},
@@ -74,13 +74,13 @@ TEST(Thumb32Memory, LoadsAndStoresAsObjdump)
         {ArmLevel::Any, 0xE8C1, 0x2F53, "strexh r3, r2, [r1]"},
         {ArmLevel::Any, 0xE8C1, 0x2374, "strexd r4, r2, r3, [r1]"},
         {ArmLevel::Any, 0xE8D1, 0x237F, "ldrexd r2, r3, [r1]"},
-        {ArmLevel::V7M, 0xE8D1, 0x237F, "undefined opcode"},
+        {ArmLevel::V7M, 0xE8D1, 0x237F, "ldrexd r2, r3, [r1]"},
         {ArmLevel::Any, 0xE8D1, 0x2FAF, "lda r2, [r1]"},
         {ArmLevel::Any, 0xE8C1, 0x2F9F, "stlh r2, [r1]"},
         {ArmLevel::Any, 0xE8D1, 0x2FEF, "ldaex r2, [r1]"},
         {ArmLevel::Any, 0xE8C1, 0x2FC3, "stlexb r3, r2, [r1]"},
         {ArmLevel::Any, 0xE8C1, 0x23F4, "stlexd r4, r2, r3, [r1]"},
-        {ArmLevel::V7M, 0xE8D1, 0x2FAF, "undefined opcode"}, // acquire/release came with v8
+        {ArmLevel::V7M, 0xE8D1, 0x2FAF, "lda r2, [r1]"}, // no older form takes it
         {ArmLevel::V8MBaseline, 0xE8D1, 0x2FAF, "lda r2, [r1]"},
         {ArmLevel::V8MMainline, 0xE97F, 0xE97F, "sg"},
         {ArmLevel::V7M, 0xE97F, 0xE97F, "undefined opcode"},
@@ -93,6 +93,12 @@ TEST(Thumb32Memory, LoadsAndStoresAsObjdump)
         {ArmLevel::Any, 0xE871, 0x2302, "ldrd r2, r3, [r1], #-8"},
         {ArmLevel::Any, 0xE95F, 0x2302, "ldrd r2, r3, [pc, #-8]"},
         {ArmLevel::Any, 0xE8E1, 0x2302, "strd r2, r3, [r1], #8"},
+        // SP operands and the preloads' writeback bits: unpredictable, but objdump reads
+        // them and the assembler writes these texts to these bytes.
+        {ArmLevel::V7M, 0xE846, 0xAD01, "strex sp, r10, [r6, #4]"},
+        {ArmLevel::V7M, 0xF83A, 0xDC75, "ldrh.w sp, [r10, #-0x75]"},
+        {ArmLevel::Any, 0xF813, 0xFF04, "pld [r3, #4]!"},
+        {ArmLevel::Any, 0xF91B, 0xFBC2, "pli [r11], #0xC2"},
     };
     for (const Case& c : cases) {
         ARMDisassembler d(c.level, false, false);
@@ -169,7 +175,15 @@ TEST(Thumb32Control, BranchesAndControlAsObjdump)
         // objdump writes the branch point as an offset from the PC ("bf 16, ..." here).
         {ArmLevel::V81MMainline, 0xF5C0, 0xE8A9, "bf 0x0000001A, 0x00000156"},
         {ArmLevel::V81MMainline, 0xF180, 0xE8A1, "bfcsel 0x0000000A, 0x00000146, 0x0000000C, eq"},
-        {ArmLevel::V8MMainline, 0xF042, 0xE001, "undefined opcode"},
+        {ArmLevel::V8MMainline, 0xF042, 0xE001, "dls lr, r2"},
+        // Barrier options without a name, and ISB but SY, as numbers.
+        {ArmLevel::V7M, 0xF3BF, 0x8F50, "dmb #0"},
+        {ArmLevel::V7M, 0xF3BF, 0x8F61, "isb #1"},
+        // BFCSEL's AL condition; objdump writes "bfcsel 2, 0x12, 4, al" at address 8
+        // (branch point and else target as offsets from the PC), here at address 0.
+        {ArmLevel::V81MMainline, 0xF0B8, 0xE803, "bfcsel 0x00000006, 0x0000000A, 0x00000008, al"},
+        {ArmLevel::V7EM, 0xF0B8, 0xE803, "bfcsel 0x00000006, 0x0000000A, 0x00000008, al"},
+        {ArmLevel::V8MMainline, 0xF7E0, 0x8F3E, "hvc #0x0F3E"},
     };
     for (const Case& c : cases) {
         ARMDisassembler d(c.level, false, false);
@@ -208,3 +222,35 @@ TEST(Thumb32Control, ItBlockConditionsComeBeforeTheWideQualifier)
 }
 
 } // namespace
+
+// A32 block transfers with "^" and the A32 control leftovers, as objdump -m arm reads them.
+TEST(Arm32Control, UserRegistersBarriersAndHypervisorCallsAsObjdump)
+{
+    struct Word {
+        uint32_t encoding;
+        const char* text;
+    };
+    const Word words[] = {
+        {0xE9D08003, "ldmib r0, {r0, r1, pc}^"},
+        {0xE8C00003, "stmia r0, {r0, r1}^"},
+        {0xE8F08002, "ldm r0!, {r1, pc}^"},
+        // The written-back base may be in a store's list when it is the lowest register.
+        {0xE8A1F182, "stmia r1!, {r1, r7, r8, r12, sp, lr, pc}"},
+        // Undefined where the assembler warns: a written-back base loaded, or not the lowest.
+        {0xE8F08001, "undefined opcode"},
+        {0xE8A1F183, "undefined opcode"},
+        {0xE8E08001, "undefined opcode"}, // "^" store with writeback
+        {0xF57FF050, "dmb #0"},
+        {0xF57FF061, "isb #1"},
+        {0xF57FF040, "ssbb"},
+        {0x4142A072, "hvcmi #0x2A02"},
+    };
+    for (const Word& w : words) {
+        ARMDisassembler d(ArmLevel::Any, false, false);
+        const uint8_t raw[4] = {uint8_t(w.encoding), uint8_t(w.encoding >> 8), uint8_t(w.encoding >> 16),
+                                uint8_t(w.encoding >> 24)};
+        char text[160];
+        ASSERT_TRUE(d.disassembleInstruction(0, raw, false, text, sizeof text, 4, nullptr));
+        EXPECT_EQ(std::string(text).substr(12), w.text) << std::hex << w.encoding;
+    }
+}
