@@ -170,6 +170,43 @@ void ARMInstructionSetDecoder::decodeArmDataMisc(uint32_t insn)
             emitSwap(bit(insn, 22), rd, rm, rn);
             return;
         }
+        // ARMv8 acquire/release: bits 11..10 set, bit 9 the exclusive ones, bits 7..4
+        // 0b1001; printed through the Thumb forms' op3 numbering (0x8 | size, 0xC |
+        // size for the exclusives, size 0 byte, 1 halfword, 2 word, 3 doubleword).
+        // Nothing older uses these encodings, so they are read at every level.
+        if (bits(insn, 24, 23) == 3 && bits(insn, 11, 10) == 3 && !bit(insn, 8) && bits(insn, 7, 4) == 9 &&
+            rn != 15) {
+            static const int size[4] = {2, 3, 0, 1}; // bits 22..21: word, doubleword, byte, halfword
+            const bool exclusive = bit(insn, 9);
+            const int op = int(bits(insn, 22, 21));
+            const int op3 = (exclusive ? 0xC : 0x8) | size[op];
+            const bool pair = op == A32::Doubleword;
+            // A doubleword pair starts at an even register below LR.
+            const int first = bit(insn, 20) ? rd : rm;
+            const bool armv8 = architecture == ArmLevel::Any || architecture >= ArmLevel::V8A;
+            if (pair && (!exclusive || (first & 1) || first == 14 || !armv8)) {
+                emitUndefined();
+                return;
+            }
+            if (bit(insn, 20)) {
+                if (rm == 15 && rd != 15) {
+                    emitExclusiveWide(true, op3, 0, rd, pair ? rd + 1 : 0, rn, 0);
+                    return;
+                }
+            } else if (!exclusive) {
+                if (rd == 15 && rm != 15) {
+                    emitExclusiveWide(false, op3, 0, rm, 0, rn, 0);
+                    return;
+                }
+            } else if (rd != 15 && rm != 15 && rd != rn && rd != rm && (!pair || rd != rm + 1) &&
+                       (op != A32::Word || armv8)) {
+                // STLEX and the doubleword forms are read as such from ARMv8 on only.
+                emitExclusiveWide(false, op3, rd, rm, pair ? rm + 1 : 0, rn, 0);
+                return;
+            }
+            emitUndefined();
+            return;
+        }
         // Exclusive loads and stores: bits 11..4 = 0xF9, no register the PC, the
         // status register apart from the others; a doubleword pair starts at an
         // even register below LR.

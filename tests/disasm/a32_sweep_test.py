@@ -72,6 +72,7 @@ FORMS = [
     ("eret", 0x0FFFFFFF, 0x0160006E),
     ("unprivileged halfword", 0x0F2000F0, 0x002000B0),
     ("unprivileged signed", 0x0F3000D0, 0x003000D0),
+    ("acquire/release", 0x0F800DF0, 0x01800C90),
     ("coprocessor", 0x0E000000, 0x0C000000),
     ("coprocessor register", 0x0F000000, 0x0E000000),
     ("halfword multiply", 0x0F900090, 0x01000080),

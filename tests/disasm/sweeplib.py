@@ -185,7 +185,8 @@ def fp_vector(text):
     """objdump's floating-point, vector and cryptographic instructions (their decoder
     comes later)."""
     m = text.split()[0] if text.split() else ""
-    return m.startswith(("v", "aes", "sha1", "sha256")) or m in FP_VECTOR_OLD or re.search(r"\b(p10|p11|cp10|cp11)\b", text) is not None
+    # HLT stands among those forms too.
+    return m.startswith(("v", "aes", "sha1", "sha256", "hlt")) or m in FP_VECTOR_OLD or re.search(r"\b(p10|p11|cp10|cp11)\b", text) is not None
 
 
 # objdump's branches print absolute targets, which a lone re-assembly cannot place.
