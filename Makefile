@@ -5,7 +5,10 @@ JOBS        ?= $(shell nproc)
 EXAMPLE     ?= examples/blinky/blinky.elf
 BIN         := $(BUILD_DIR)/bin/elfdwarfdump
 
-.PHONY: all deps build asan run test test-release test-asan bench fixtures clean
+FUZZ_DIR    ?= build-fuzz
+FUZZ_SECONDS ?= 60
+
+.PHONY: all deps build asan run test test-release test-asan bench fixtures fuzz clean
 
 all: build
 
@@ -36,8 +39,15 @@ test: test-release test-asan
 bench: build
 	bench/run-bench.sh $(BIN)
 
+# Each libFuzzer target for FUZZ_SECONDS, seeded from the fixtures; findings land
+# in $(FUZZ_DIR)/findings. `make fuzz FUZZ_SECONDS=3600` is a campaign.
+fuzz: deps
+	@cmake -S . -B $(FUZZ_DIR) -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug -DEDD_FUZZ=ON -DEDD_TESTS=OFF > /dev/null
+	@cmake --build $(FUZZ_DIR) -j$(JOBS)
+	fuzz/run-fuzz.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
+
 fixtures:
 	tests/fixtures/build-fixtures.sh
 
 clean:
-	rm -rf $(BUILD_DIR) $(ASAN_DIR)
+	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(FUZZ_DIR)

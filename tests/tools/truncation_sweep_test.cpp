@@ -30,7 +30,7 @@ std::vector<std::string> filesIn(const std::string& dir)
 TEST(TruncationSweep, EveryListingSurvivesEveryCut)
 {
     std::vector<std::string> files = filesIn(fixtures + "elf/");
-    for (const char* dir : {"malformed/", "tool/", "dwarf/", "disasm/"}) {
+    for (const char* dir : {"malformed/", "tool/", "dwarf/", "disasm/", "fuzz/"}) {
         const std::vector<std::string> more = filesIn(fixtures + dir);
         files.insert(files.end(), more.begin(), more.end());
     }

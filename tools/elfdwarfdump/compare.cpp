@@ -104,7 +104,22 @@ void compareSections(const ElfFile& first, const ElfFile& second, FILE* err)
         const uint64_t haveB = b->data ? std::min(b->dataSize, b->sh_size) : 0;
         if (size == 0 || (haveA == size && haveB >= size && memcmp(a.data, b->data, size) == 0))
             continue;
+        // Past the bytes either file holds, a damaged size would make billions of
+        // lines: the first address there is reported, and the comparison ends.
+        const uint64_t present = std::max(haveA, haveB);
+        auto report = [&](uint64_t offset) {
+            const uint64_t address = a.sh_addr + offset;
+            if (first.is64())
+                fprintf(err, "section %s different contents at address 0x%016lX\n", name.c_str(),
+                        (unsigned long)address);
+            else
+                fprintf(err, "section %s different contents at address 0x%08X\n", name.c_str(), unsigned(address));
+        };
         for (uint64_t offset = 0; offset < size; offset += 2) {
+            if (offset >= present + (present & 1)) {
+                report(offset);
+                break;
+            }
             const uint64_t n = std::min<uint64_t>(2, size - offset);
             uint8_t x[2] = {0, 0}, y[2] = {0, 0};
             // Bytes one side lacks count as different.
@@ -122,12 +137,7 @@ void compareSections(const ElfFile& first, const ElfFile& second, FILE* err)
             const uint16_t ha = ElfBytes::u16(x, be), hb = ElfBytes::u16(y, be);
             if (!missing && (ha == hb || equivalentThumbHalfwords(ha, hb)))
                 continue;
-            const uint64_t address = a.sh_addr + offset;
-            if (first.is64())
-                fprintf(err, "section %s different contents at address 0x%016lX\n", name.c_str(),
-                        (unsigned long)address);
-            else
-                fprintf(err, "section %s different contents at address 0x%08X\n", name.c_str(), unsigned(address));
+            report(offset);
         }
     }
 }
