@@ -185,6 +185,10 @@ protected:
     void separator() { put(", "); }
     void registerList(uint32_t registers);
     void coprocessorRegister(int n);
+    // " rd, rn, " of a 32-bit Thumb data operation, up to its last operand.
+    void thumbDataOperands(bool compare, bool move, int rd, int rn);
+    // "<name> p<coproc>, <opc1>, " of the coprocessor forms.
+    void coprocessorHead(const char* name, int coproc, int opc1);
     // "#n" for an unsigned magnitude, "#-n" when subtracted (so "#-0" stays visible).
     void signedOffset(bool add, uint32_t magnitude);
     // The mnemonic and destination of an A32 data-processing form, with the

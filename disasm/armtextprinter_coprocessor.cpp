@@ -22,15 +22,20 @@ void ARMInstructionSetDisassembler::coprocessorRegister(int n)
     decimal(uint32_t(n));
 }
 
-void ARMInstructionSetDisassembler::emitCoprocessorData(bool two, int coproc, int opc1, int crd, int crn, int crm,
-                                                        int opc2)
+void ARMInstructionSetDisassembler::coprocessorHead(const char* name, int coproc, int opc1)
 {
-    mnemonic(two ? "cdp2" : "cdp");
+    mnemonic(name);
     put(" p");
     decimal(uint32_t(coproc));
     separator();
     decimal(uint32_t(opc1));
     separator();
+}
+
+void ARMInstructionSetDisassembler::emitCoprocessorData(bool two, int coproc, int opc1, int crd, int crn, int crm,
+                                                        int opc2)
+{
+    coprocessorHead(two ? "cdp2" : "cdp", coproc, opc1);
     coprocessorRegister(crd);
     separator();
     coprocessorRegister(crn);
@@ -45,12 +50,7 @@ void ARMInstructionSetDisassembler::emitCoprocessorRegister(bool two, bool load,
 {
     char name[8];
     coprocessorMnemonic(name, load ? "mrc" : "mcr", two, false);
-    mnemonic(name);
-    put(" p");
-    decimal(uint32_t(coproc));
-    separator();
-    decimal(uint32_t(opc1));
-    separator();
+    coprocessorHead(name, coproc, opc1);
     // A read into r15 sets the condition flags (the unconditional form keeps "pc").
     if (load && rt == 15 && !two)
         put("APSR_nzcv");
@@ -69,12 +69,7 @@ void ARMInstructionSetDisassembler::emitCoprocessorRegisterPair(bool two, bool l
 {
     char name[8];
     coprocessorMnemonic(name, load ? "mrrc" : "mcrr", two, false);
-    mnemonic(name);
-    put(" p");
-    decimal(uint32_t(coproc));
-    separator();
-    decimal(uint32_t(opc1));
-    separator();
+    coprocessorHead(name, coproc, opc1);
     reg(rt);
     separator();
     reg(rt2);

@@ -61,6 +61,13 @@ void ARMInstructionSetDisassembler::emitThumbDataImmediate(int op, bool setFlags
     mnemonic(thumbDataMnemonic(op, setFlags, rd, rn, compare, move));
     if ((hasNarrowTwin(op) && !(compare && op == ThumbDataOp::TEor)) || move || narrowNegate)
         put(".w");
+    thumbDataOperands(compare, move, rd, rn);
+    immediate(value);
+}
+
+void ARMInstructionSetDisassembler::thumbDataOperands(bool compare, bool move, int rd, int rn)
+{
+    // Compares have no destination, moves no first operand.
     put(' ');
     if (compare) {
         reg(rn);
@@ -72,7 +79,6 @@ void ARMInstructionSetDisassembler::emitThumbDataImmediate(int op, bool setFlags
         }
     }
     separator();
-    immediate(value);
 }
 
 void ARMInstructionSetDisassembler::emitThumbWideAddSubtract(bool subtract, int rd, int rn, uint32_t imm12)
@@ -102,17 +108,7 @@ void ARMInstructionSetDisassembler::emitThumbDataRegister(int op, bool setFlags,
     mnemonic(name);
     if ((hasNarrowTwin(op) && !(compare && op == ThumbDataOp::TEor)) || move)
         put(".w");
-    put(' ');
-    if (compare) {
-        reg(rn);
-    } else {
-        reg(rd);
-        if (!move) {
-            separator();
-            reg(rn);
-        }
-    }
-    separator();
+    thumbDataOperands(compare, move, rd, rn);
     reg(rm);
     shiftByImmediate(type, imm5);
 }
