@@ -7,8 +7,9 @@ BIN         := $(BUILD_DIR)/bin/elfdwarfdump
 
 FUZZ_DIR    ?= build-fuzz
 FUZZ_SECONDS ?= 60
+FUZZ_SMOKE_SECONDS ?= 20
 
-.PHONY: all deps build asan run test test-release test-asan bench fixtures fuzz clean
+.PHONY: all deps build asan fuzz-build run test test-release test-asan test-fuzz bench fixtures fuzz clean
 
 all: build
 
@@ -34,16 +35,23 @@ test-asan: asan
 	cd $(ASAN_DIR) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
 	  ctest --output-on-failure -j$(JOBS)
 
-test: test-release test-asan
+# A short run of each fuzz target from the committed corpus: what a campaign once
+# found must not come back.
+test-fuzz: fuzz-build
+	fuzz/run-fuzz.sh $(FUZZ_DIR) $(FUZZ_SMOKE_SECONDS) --smoke
+
+test: test-release test-asan test-fuzz
 
 bench: build
 	bench/run-bench.sh $(BIN)
 
-# Each libFuzzer target for FUZZ_SECONDS, seeded from the fixtures; findings land
-# in $(FUZZ_DIR)/findings. `make fuzz FUZZ_SECONDS=3600` is a campaign.
-fuzz: deps
+fuzz-build: deps
 	@cmake -S . -B $(FUZZ_DIR) -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=Debug -DEDD_FUZZ=ON -DEDD_TESTS=OFF > /dev/null
 	@cmake --build $(FUZZ_DIR) -j$(JOBS)
+
+# Each libFuzzer target for FUZZ_SECONDS, from the committed corpus and the
+# fixtures; findings land in $(FUZZ_DIR)/findings. `make fuzz FUZZ_SECONDS=3600` is a campaign.
+fuzz: fuzz-build
 	fuzz/run-fuzz.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
 
 fixtures:

@@ -178,7 +178,7 @@ struct DataRelocation {
 
 // The relocations of one section by offset, for the words they patch.
 std::map<uint64_t, DataRelocation> relocationsOf(const ElfFile& file, const ElfSection& section,
-                                                const ElfSection* rel)
+                                                const ElfSection* rel, FILE* reports)
 {
     std::map<uint64_t, DataRelocation> result;
     if (!rel || !rel->data)
@@ -197,7 +197,7 @@ std::map<uint64_t, DataRelocation> relocationsOf(const ElfFile& file, const ElfS
         DataRelocation r;
         const ElfSymbol* s = (info >> 8) ? file.symbolAt(info >> 8) : nullptr;
         if (!s) {
-            fputs("can't find symbol for relocation\n", stderr);
+            fputs("can't find symbol for relocation\n", reports);
             continue;
         }
         int64_t addend = 0;
@@ -208,7 +208,7 @@ std::map<uint64_t, DataRelocation> relocationsOf(const ElfFile& file, const ElfS
         if (s->type() == 3) { // STT_SECTION: a label at the offset inside that section
             const ElfSection* target = file.sectionAt(s->st_shndx);
             if (!target) {
-                fputs("can't find symbol for relocation\n", stderr);
+                fputs("can't find symbol for relocation\n", reports);
                 continue;
             }
             r.sectionRelative = true;
@@ -223,7 +223,7 @@ std::map<uint64_t, DataRelocation> relocationsOf(const ElfFile& file, const ElfS
                 r.text.append("+1");
         } else {
             if (s->name.empty()) {
-                fputs("can't find symbol for relocation\n", stderr);
+                fputs("can't find symbol for relocation\n", reports);
                 continue;
             }
             r.text = std::string(s->name);
@@ -320,7 +320,7 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
         const ElfSection* s = file.sectionAt(int(i));
         if (!s || !(s->sh_flags & SHF_ALLOC))
             continue;
-        relocations[i] = relocationsOf(file, *s, relocationSection[i]);
+        relocations[i] = relocationsOf(file, *s, relocationSection[i], reports_);
         for (const auto& [offset, r] : relocations[size_t(i)])
             if (r.sectionRelative)
                 labels.emplace(r.targetSection, r.targetOffset);
@@ -527,11 +527,12 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
     }
 }
 
-void disassembleForMachine(FILE* out, const ElfFile& file, const QString& arch)
+void disassembleForMachine(FILE* out, FILE* err, const ElfFile& file, const QString& arch)
 {
     switch (file.e_machine) {
     case 40: {
         ARMDisassembler disassembler(ARMDisassembler::architectureLevel(arch), !file.isLittleEndian(), false);
+        disassembler.setReportStream(err);
         disassembler.disassembleFile(out, file);
         return;
     }

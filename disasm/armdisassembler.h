@@ -57,6 +57,8 @@ public:
     void listCode(FILE* out, const ElfFile& file);
 
     MyARMInstructionSetDisassembler& decoder() { return *decoder_; }
+    // Where what is wrong in the file (a relocation without its symbol) is told.
+    void setReportStream(FILE* reports) { reports_ = reports; }
 
     uint32_t one = 1;
     uint32_t architecture;
@@ -68,8 +70,9 @@ private:
     uint32_t readWord(const uint8_t* p) const;
     void writeFile(FILE* out, const ElfFile& file, bool listing);
     std::unique_ptr<MyARMInstructionSetDisassembler> decoder_;
+    FILE* reports_ = stderr;
 };
 
 // Disassembly by machine: ARM is decoded, the machines this tool knows but does not
 // decode throw HException("<name> disassembly not supported."), others are ignored.
-void disassembleForMachine(FILE* out, const ElfFile& file, const QString& arch);
+void disassembleForMachine(FILE* out, FILE* err, const ElfFile& file, const QString& arch);

@@ -197,7 +197,7 @@ void MyDwarfFile::report(const char* format, ...)
 {
     va_list ap;
     va_start(ap, format);
-    vfprintf(stderr, format, ap);
+    vfprintf(reports_, format, ap);
     va_end(ap);
 }
 

@@ -74,9 +74,13 @@ private:
     bool linesRun_ = false;
 };
 
-// The command-line tool's reader: reports go straight to standard error.
+// The command-line tool's reader: reports go straight to the tool's error stream.
 class MyDwarfFile : public DwarfFile {
 public:
+    explicit MyDwarfFile(FILE* reports = stderr) : reports_(reports) {}
     void report(const char* format, ...) override __attribute__((format(printf, 2, 3)));
     void trace(const char* format, ...) override __attribute__((format(printf, 2, 3)));
+
+private:
+    FILE* reports_;
 };

@@ -98,6 +98,8 @@ void ElfFile::load(const QString& path)
     const qint64 size = file.size();
     if (size < 0)
         fail("cannot read ");
+    if (uint64_t(size) >= maxImageSize)
+        throw HException(std::string("cannot read ") + fileName8_.constData() + tooBigMessage);
     std::unique_ptr<uint8_t[]> buffer(new uint8_t[size_t(size) + 1]);
     qint64 got = 0;
     while (got < size) {

@@ -25,6 +25,11 @@ public:
     ElfFile(const ElfFile&) = delete;
     ElfFile& operator=(const ElfFile&) = delete;
 
+    // Offsets inside an image are kept in 32 bits by the archive format and the 32-bit
+    // ELF layouts: a file this big or bigger would be read modulo 4 GiB, so it is refused.
+    static constexpr uint64_t maxImageSize = uint64_t(1) << 32;
+    static constexpr const char* tooBigMessage = ": files of 4 GiB or more are not supported";
+
     // Reads the file whole and parses it; throws HException.
     void load(const QString& path);
     // Parses an image already in memory and takes ownership of it; throws HException.

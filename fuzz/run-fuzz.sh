@@ -1,27 +1,44 @@
 #!/usr/bin/env bash
-# Runs every fuzz target for the given number of seconds, each from a corpus seeded
-# with the fixtures, under the limits the tool promises (memory, time per input).
+# Runs every fuzz target for the given number of seconds under the limits the tool
+# promises (memory, time per input), starting from the committed corpus and seeds
+# made from the fixtures. Usage: run-fuzz.sh <fuzz build dir> <seconds> [--smoke]
+#  - without --smoke, new inputs are kept in <dir>/corpus/<target> for the next run;
+#  - with --smoke (the test suite's run), every run starts again from the committed
+#    corpus and keeps nothing.
+# Inputs that crash, hang or run out of memory land in <dir>/findings/<target>, and
+# the status is 1.
 set -euo pipefail
 dir=$(cd "$1" && pwd)
 seconds=${2:-60}
+smoke=${3:-}
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 fixtures=$here/tests/fixtures
 status=0
 for target in fuzz_elf fuzz_archive fuzz_disasm fuzz_indirect; do
   corpus=$dir/corpus/$target
+  seeds=$dir/seeds/$target
   findings=$dir/findings/$target
-  mkdir -p "$corpus" "$findings"
+  [[ -z $smoke ]] || rm -rf "$corpus"
+  rm -rf "$seeds"
+  mkdir -p "$corpus" "$seeds" "$findings"
   case $target in
-    fuzz_elf|fuzz_disasm) cp -n "$fixtures"/elf/*.o "$fixtures"/disasm/*.o "$fixtures"/tool/* "$corpus"/ 2>/dev/null || true ;;
-    fuzz_archive) for a in "$fixtures"/elf/*.a; do tail -c +9 "$a" > "$corpus/$(basename "$a")"; done ;;
-    fuzz_indirect) printf -- '-header\n# comment\n"a b" -sections\n@seed\n' > "$corpus/seed" ;;
+    fuzz_elf|fuzz_disasm) cp "$fixtures"/elf/*.o "$fixtures"/disasm/*.o "$fixtures"/tool/* "$seeds"/ ;;
+    fuzz_archive) for a in "$fixtures"/elf/*.a; do tail -c +9 "$a" > "$seeds/$(basename "$a")"; done ;;
+    fuzz_indirect) printf -- '-header\n# comment\n"a b" -sections\n@seed\n' > "$seeds/seed" ;;
   esac
   # Inputs may name an output file: each target runs in a scratch directory.
   scratch=$dir/scratch/$target
   rm -rf "$scratch" && mkdir -p "$scratch"
   echo "== $target ($seconds s)"
-  if ! (cd "$scratch" && "$dir/bin/$target" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 \
-       -dict="$here/fuzz/elfdwarfdump.dict" -artifact_prefix="$findings/" "$corpus" 2>&1 | tail -n 3); then
+  log=$dir/findings/$target.log
+  committed=()
+  [[ ! -d $here/fuzz/corpus/$target ]] || committed=("$here/fuzz/corpus/$target")
+  if (cd "$scratch" && "$dir/bin/$target" -max_total_time="$seconds" -rss_limit_mb=512 -timeout=10 \
+        -dict="$here/fuzz/elfdwarfdump.dict" -artifact_prefix="$findings/" \
+        "$corpus" "${committed[@]}" "$seeds" > "$log" 2>&1); then
+    grep -E '^#[0-9]+' "$log" | tail -n 1
+  else
+    tail -n 40 "$log"
     status=1
   fi
 done

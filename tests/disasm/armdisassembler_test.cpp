@@ -169,7 +169,7 @@ TEST(ArmDisassembler, RefusedMachines)
         ElfFile file;
         file.e_machine = machine;
         try {
-            disassembleForMachine(stdout, file, QString());
+            disassembleForMachine(stdout, stderr, file, QString());
             ADD_FAILURE() << "machine " << machine << " was not refused";
         } catch (const HException& e) {
             EXPECT_EQ(e.message(), message);
@@ -177,7 +177,7 @@ TEST(ArmDisassembler, RefusedMachines)
     }
     ElfFile other;
     other.e_machine = 183; // AArch64: not ours, and not refused either
-    EXPECT_NO_THROW(disassembleForMachine(stdout, other, QString()));
+    EXPECT_NO_THROW(disassembleForMachine(stdout, stderr, other, QString()));
 }
 
 } // namespace

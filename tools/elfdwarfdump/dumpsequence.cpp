@@ -31,7 +31,7 @@ int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FI
         printSymbolsSorted(file, out);
 
     if (args.dwarf) {
-        MyDwarfFile dwarf;
+        MyDwarfFile dwarf(err);
         dwarf.open(file, args.ignoreDebugAranges);
         // Reports of the reader go to standard error: keep them after what came before.
         fflush(out);
@@ -40,7 +40,7 @@ int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FI
 
     if (args.disassemble && file.e_machine == ElfEm::EM_ARM) {
         fflush(out);
-        disassembleForMachine(out, file, args.arch);
+        disassembleForMachine(out, err, file, args.arch);
     }
 
     if (comparing) {
@@ -69,7 +69,7 @@ int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FI
 
     if (args.memoryMap) {
         fflush(out);
-        printRegisterMap(file, out);
+        printRegisterMap(file, out, err);
     }
 
     if (args.ltoSymbols)

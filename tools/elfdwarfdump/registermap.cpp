@@ -354,9 +354,9 @@ std::unordered_map<std::string_view, const Entry*> globalVariables(DwarfFile& dw
 
 } // namespace
 
-void printRegisterMap(const ElfFile& file, FILE* out)
+void printRegisterMap(const ElfFile& file, FILE* out, FILE* err)
 {
-    MyDwarfFile dwarf;
+    MyDwarfFile dwarf(err);
     dwarf.open(file, false);
     const auto variables = globalVariables(dwarf);
     const bool be = !file.isLittleEndian();

@@ -14,9 +14,7 @@
 
 namespace {
 
-// Offsets inside the image are kept in 32 bits by the archive format and by the
-// 32-bit ELF layouts; a bigger file would be read modulo 4 GiB, so it is refused.
-constexpr uint64_t maxInputSize = uint64_t(1) << 32;
+constexpr uint64_t maxInputSize = ElfFile::maxImageSize;
 constexpr size_t outputBufferSize = size_t(1) << 16;
 
 struct OutputFile {
@@ -43,24 +41,26 @@ struct InputImage {
     }
 };
 
-bool readStream(FILE* f, InputImage* input)
+enum class ReadResult { Read, Failed, TooBig };
+
+ReadResult readStream(FILE* f, InputImage* input)
 {
     std::vector<uint8_t> bytes;
     uint8_t chunk[1 << 16];
     size_t n;
     while ((n = fread(chunk, 1, sizeof chunk, f)) > 0) {
         if (bytes.size() + n >= maxInputSize)
-            return false;
+            return ReadResult::TooBig;
         bytes.insert(bytes.end(), chunk, chunk + n);
     }
     if (ferror(f))
-        return false;
+        return ReadResult::Failed;
     input->size = bytes.size();
     input->owned.reset(new uint8_t[bytes.size() + 1]);
     if (!bytes.empty())
         memcpy(input->owned.get(), bytes.data(), bytes.size());
     input->data = input->owned.get();
-    return true;
+    return ReadResult::Read;
 }
 
 // Reads the whole input. Returns false after printing the reason.
@@ -72,27 +72,28 @@ bool readInput(const QByteArray& path, InputImage* input, FILE* err)
         return false;
     }
     struct stat st;
-    bool ok = fstat(fileno(f), &st) == 0;
-    if (ok && S_ISREG(st.st_mode) && uint64_t(st.st_size) >= maxInputSize) {
-        fprintf(err, "cannot read %s: files of 4 GiB or more are not supported\n", path.constData());
-        fclose(f);
-        return false;
-    }
-    if (ok && S_ISREG(st.st_mode) && st.st_size > 0) {
-        void* m = mmap(nullptr, size_t(st.st_size), PROT_READ, MAP_PRIVATE | (getenv("POP") ? MAP_POPULATE : 0), fileno(f), 0);
+    ReadResult result = fstat(fileno(f), &st) == 0 ? ReadResult::Read : ReadResult::Failed;
+    if (result == ReadResult::Read && S_ISREG(st.st_mode) && uint64_t(st.st_size) >= maxInputSize) {
+        result = ReadResult::TooBig;
+    } else if (result == ReadResult::Read && S_ISREG(st.st_mode) && st.st_size > 0) {
+        void* m = mmap(nullptr, size_t(st.st_size), PROT_READ, MAP_PRIVATE, fileno(f), 0);
         if (m != MAP_FAILED) {
             input->mapping = m;
             input->data = static_cast<const uint8_t*>(m);
             input->size = uint64_t(st.st_size);
         } else {
-            ok = readStream(f, input);
+            result = readStream(f, input);
         }
-    } else if (ok) {
+    } else if (result == ReadResult::Read) {
         // Pipes, devices, empty files: read what there is.
-        ok = readStream(f, input);
+        result = readStream(f, input);
     }
     fclose(f);
-    if (!ok) {
+    if (result == ReadResult::TooBig) {
+        fprintf(err, "cannot read %s%s\n", path.constData(), ElfFile::tooBigMessage);
+        return false;
+    }
+    if (result == ReadResult::Failed) {
         fprintf(err, "cannot read %s\n", path.constData());
         return false;
     }
