@@ -4,12 +4,13 @@ ASAN_DIR    ?= build-asan
 JOBS        ?= $(shell nproc)
 EXAMPLE     ?= examples/blinky/blinky.elf
 BIN         := $(BUILD_DIR)/bin/elfdwarfdump
+PREFIX      ?= /usr/local
 
 FUZZ_DIR    ?= build-fuzz
 FUZZ_SECONDS ?= 60
 FUZZ_SMOKE_SECONDS ?= 20
 
-.PHONY: all deps build asan fuzz-build run test test-release test-asan test-fuzz bench fixtures fuzz clean
+.PHONY: all deps build asan fuzz-build run install package test test-release test-asan test-fuzz bench fixtures fuzz clean
 
 all: build
 
@@ -26,6 +27,14 @@ asan: deps
 
 run: build
 	$(BIN) -header -sections -symbols-sorted $(EXAMPLE)
+
+# The program, its manual page and its bash completion under PREFIX (DESTDIR for staging).
+install: build
+	DESTDIR=$(DESTDIR) cmake --install $(BUILD_DIR) --prefix $(PREFIX)
+
+# A Debian package in $(BUILD_DIR), installed under /usr.
+package: build
+	cd $(BUILD_DIR) && cpack -G DEB
 
 test-release: build
 	cd $(BUILD_DIR) && ctest --output-on-failure -j$(JOBS)
