@@ -15,10 +15,11 @@ log=$dir/campaign/$target.log
 mkdir -p "$corpus" "$findings" "$dir/campaign"
 rm -rf "$scratch" && mkdir -p "$scratch"
 # The committed corpus seeds the campaign; new inputs stay in the build folder.
-cp -n "$here/fuzz/corpus/$target"/* "$corpus"/ 2>/dev/null || true
+committed=()
+[[ ! -d $here/fuzz/corpus/$target ]] || committed=("$here/fuzz/corpus/$target")
 
 (cd "$scratch" && exec "$dir/bin/$target" -rss_limit_mb=512 -timeout=10 -print_final_stats=1 \
-   -dict="$here/fuzz/elfdwarfdump.dict" -artifact_prefix="$findings/" "$corpus" > "$log" 2>&1) &
+   -dict="$here/fuzz/elfdwarfdump.dict" -artifact_prefix="$findings/" "$corpus" "${committed[@]}" > "$log" 2>&1) &
 pid=$!
 ticks=$(getconf CLK_TCK)
 # The subshell has become the fuzzer; its user and system time are fields 14 and 15.

@@ -4,9 +4,9 @@
 # made from the fixtures. Usage: run-fuzz.sh <fuzz build dir> <seconds> [--smoke]
 #  - without --smoke, new inputs are kept in <dir>/corpus/<target> for the next run;
 #  - with --smoke (the test suite's run), every run starts again from the committed
-#    corpus and keeps nothing.
-# Inputs that crash, hang or run out of memory land in <dir>/findings/<target>, and
-# the status is 1.
+#    corpus and what it adds is thrown away at the next one.
+# Inputs that crash, hang or run out of memory land in <dir>/findings/<target>
+# (<dir>/smoke/findings/<target>), and the status is 1.
 set -euo pipefail
 dir=$(cd "$1" && pwd)
 seconds=${2:-60}
@@ -15,9 +15,12 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 fixtures=$here/tests/fixtures
 status=0
 for target in fuzz_elf fuzz_archive fuzz_disasm fuzz_indirect; do
-  corpus=$dir/corpus/$target
-  seeds=$dir/seeds/$target
-  findings=$dir/findings/$target
+  # A smoke run works in a folder of its own, so it never touches a campaign's corpus.
+  work=$dir
+  [[ -z $smoke ]] || work=$dir/smoke
+  corpus=$work/corpus/$target
+  seeds=$work/seeds/$target
+  findings=$work/findings/$target
   [[ -z $smoke ]] || rm -rf "$corpus"
   rm -rf "$seeds"
   mkdir -p "$corpus" "$seeds" "$findings"
@@ -27,10 +30,10 @@ for target in fuzz_elf fuzz_archive fuzz_disasm fuzz_indirect; do
     fuzz_indirect) printf -- '-header\n# comment\n"a b" -sections\n@seed\n' > "$seeds/seed" ;;
   esac
   # Inputs may name an output file: each target runs in a scratch directory.
-  scratch=$dir/scratch/$target
+  scratch=$work/scratch/$target
   rm -rf "$scratch" && mkdir -p "$scratch"
   echo "== $target ($seconds s)"
-  log=$dir/findings/$target.log
+  log=$work/findings/$target.log
   committed=()
   [[ ! -d $here/fuzz/corpus/$target ]] || committed=("$here/fuzz/corpus/$target")
   if (cd "$scratch" && "$dir/bin/$target" -max_total_time="$seconds" -rss_limit_mb=512 -timeout=10 \
