@@ -5,20 +5,13 @@ import os
 import subprocess
 import sys
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "lib"))
+from checks import check, summary  # noqa: E402
+
 BIN = os.path.abspath(sys.argv[1])
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 BAD = os.path.join(ROOT, "tests", "fixtures", "malformed")
 NEWLIB = "/usr/lib/arm-none-eabi/newlib"
-
-failures = []
-checks = 0
-
-
-def check(name, cond, detail=""):
-    global checks
-    checks += 1
-    if not cond:
-        failures.append(f"{name}: {detail}")
 
 
 def run(args, timeout=300):
@@ -62,10 +55,7 @@ def main():
         check(f"{lib} status", rc == 0, rc)
         check(f"{lib} sanitizers", sanitizer_clean(err), err[-500:])
         check(f"{lib} reports", not unexpected, unexpected[:5])
-    for f in failures:
-        print("FAIL", f)
-    print(f"dwarf hostile: {checks - len(failures)} passed, {len(failures)} failed")
-    return 1 if failures else 0
+    return summary("dwarf hostile", shown=1000)
 
 
 if __name__ == "__main__":

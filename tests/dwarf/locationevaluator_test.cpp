@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 
 #include <algorithm>
 #include <cstdarg>
@@ -769,20 +768,6 @@ struct Sweep {
 
     MyDwarfLocationExpressionEvaluator tool;
 };
-
-std::vector<std::string> filesIn(const std::string& dir)
-{
-    std::vector<std::string> names;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* e = readdir(d)) {
-            if (e->d_name[0] != '.')
-                names.push_back(dir + e->d_name);
-        }
-        closedir(d);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 // Sweeps a file, or every `stride`th member of an archive.
 void sweepPath(Sweep& sweep, const std::string& path, size_t stride = 1)

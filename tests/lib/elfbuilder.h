@@ -89,3 +89,5 @@ private:
 
 // Reads a whole stream that the code under test wrote to (created by open_memstream).
 std::vector<uint8_t> readFile(const std::string& path);
+// The files of a folder (`dir` ends in "/"), hidden ones left out, sorted by name.
+std::vector<std::string> filesIn(const std::string& dir);

@@ -7,26 +7,19 @@ import subprocess
 import sys
 import tempfile
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "lib"))
+from checks import check, summary  # noqa: E402
+
 BIN = os.path.abspath(sys.argv[1])
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 FIX = os.path.join(ROOT, "tests", "fixtures")
 THUMB = os.path.join(FIX, "elf", "thumb.o")
 EXE = os.path.join(FIX, "elf", "cortexm4.elf")
 
-failures = []
-checks = 0
-
 
 def run(args, **kw):
     p = subprocess.run([BIN] + args, capture_output=True, timeout=60, **kw)
     return p.returncode, p.stdout.decode("utf-8", "replace"), p.stderr.decode("utf-8", "replace")
-
-
-def check(name, cond, detail=""):
-    global checks
-    checks += 1
-    if not cond:
-        failures.append(f"{name}: {detail}")
 
 
 # The options with help texts, sorted by synopsis as UTF-16 code units
@@ -175,10 +168,7 @@ def main():
         test_failures(tmp)
         test_indirect_files(tmp)
         test_order_and_positionals(tmp)
-    for f in failures[:50]:
-        print("FAIL", f)
-    print(f"cli: {checks - len(failures)} passed, {len(failures)} failed")
-    return 1 if failures else 0
+    return summary("cli")
 
 
 if __name__ == "__main__":

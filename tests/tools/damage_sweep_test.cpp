@@ -3,7 +3,6 @@
 // hang, trip a sanitizer or answer with a status the tool does not know.
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -17,20 +16,6 @@
 namespace {
 
 const std::string fixtures = std::string(EDD_SOURCE_DIR) + "/tests/fixtures/";
-
-std::vector<std::string> filesIn(const std::string& dir)
-{
-    std::vector<std::string> names;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* e = readdir(d)) {
-            if (e->d_name[0] != '.')
-                names.push_back(dir + e->d_name);
-        }
-        closedir(d);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 std::vector<std::string> damageInputs()
 {

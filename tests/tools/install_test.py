@@ -20,23 +20,15 @@ import subprocess
 import sys
 import tempfile
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "lib"))
+from checks import check, summary  # noqa: E402
+
 BUILD = os.path.abspath(sys.argv[1])
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 EXAMPLE = os.path.join(ROOT, "examples", "blinky", "blinky.elf")
 HIDDEN = ["-mm", "-setVFPflags", "-setObject", "-deTISection", "-ThumbSymbols"]
 EXPECTED_FILES = {"usr/bin/elfdwarfdump", "usr/share/man/man1/elfdwarfdump.1",
                   "usr/share/bash-completion/completions/elfdwarfdump"}
-
-failures = []
-checks = 0
-
-
-def check(name, cond, detail=""):
-    global checks
-    checks += 1
-    if not cond:
-        failures.append(f"{name}: {detail}")
-
 
 def files_under(top):
     found = set()
@@ -163,10 +155,7 @@ def main():
         test_manual_page(stage, options)
         test_completion(stage, options, tmp)
         test_package(tmp, binary)
-    print(f"{checks} checks, {len(failures)} failures")
-    for f in failures:
-        print("FAIL", f)
-    sys.exit(1 if failures else 0)
+    sys.exit(summary("install"))
 
 
 if __name__ == "__main__":

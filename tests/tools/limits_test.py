@@ -12,10 +12,12 @@ build only: the sanitizers' shadow memory is not the tool's.
 """
 import glob
 import os
-import resource
 import subprocess
 import sys
 import tempfile
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "lib"))
+from checks import check, summary  # noqa: E402
 
 BIN = os.path.abspath(sys.argv[1])
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
@@ -27,17 +29,6 @@ EVERY_OPTION = ["-header", "-programs", "-program-data", "-sections", "-section-
                 "-symbols-sorted", "-ltosymbols", "-demangle", "-relocations", "-ARMAttributes",
                 "-stack-sizes", "-dwarf", "-flm", "-stldr", "-unwind", "-dwarf-frame", "-mm",
                 "-disassemble", "-memory-usage", "FLASH,0x08000000,0x100000,RAM,0x20000000,0x20000"]
-
-failures = []
-checks = 0
-
-
-def check(name, cond, detail=""):
-    global checks
-    checks += 1
-    if not cond:
-        failures.append(f"{name}: {detail}")
-
 
 def run(args):
     """Status, standard error and peak resident memory in bytes of one run."""
@@ -111,10 +102,7 @@ def test_huge_files():
 def main():
     test_huge_files()
     test_memory()
-    print(f"{checks} checks, {len(failures)} failures")
-    for f in failures[:40]:
-        print("FAIL", f)
-    sys.exit(1 if failures else 0)
+    sys.exit(summary("limits"))
 
 
 if __name__ == "__main__":

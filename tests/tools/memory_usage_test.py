@@ -18,21 +18,14 @@ import subprocess
 import sys
 from fractions import Fraction
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "lib"))
+from checks import check, summary  # noqa: E402
+
 BIN = os.path.abspath(sys.argv[1])
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 FIX = os.path.join(ROOT, "tests", "fixtures")
 SRC = os.path.join(FIX, "src")
 READELF = "arm-none-eabi-readelf"
-
-failures = []
-checks = 0
-
-
-def check(name, cond, detail=""):
-    global checks
-    checks += 1
-    if not cond:
-        failures.append(f"{name}: {detail}")
 
 
 def run(args):
@@ -245,10 +238,7 @@ def test_flash_loaders():
 def main():
     test_memory_usage()
     test_flash_loaders()
-    for f in failures[:50]:
-        print("FAIL", f)
-    print(f"memory_usage: {checks - len(failures)} passed, {len(failures)} failed")
-    return 1 if failures else 0
+    return summary("memory_usage")
 
 
 if __name__ == "__main__":

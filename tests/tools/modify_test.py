@@ -9,22 +9,15 @@ import subprocess
 import sys
 import tempfile
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "lib"))
+from checks import check, summary  # noqa: E402
+
 BIN = os.path.abspath(sys.argv[1])
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 FIX = os.path.join(ROOT, "tests", "fixtures")
 MODIFY = os.path.join(FIX, "tool", "modify.elf")
 TI = os.path.join(FIX, "elf", "ti-attributes.o")
 LIB = os.path.join(FIX, "elf", "libfixture.a")
-
-failures = []
-checks = 0
-
-
-def check(name, cond, detail=""):
-    global checks
-    checks += 1
-    if not cond:
-        failures.append(f"{name}: {detail}")
 
 
 class Elf32:
@@ -185,10 +178,7 @@ def main():
         test_each_option(tmp)
         test_order_and_listings(tmp)
         test_failed_saves(tmp)
-    for f in failures[:50]:
-        print("FAIL", f)
-    print(f"modify: {checks - len(failures)} passed, {len(failures)} failed")
-    return 1 if failures else 0
+    return summary("modify")
 
 
 if __name__ == "__main__":

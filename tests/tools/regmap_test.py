@@ -10,6 +10,9 @@ import sys
 import tempfile
 import xml.etree.ElementTree as ET
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "lib"))
+from checks import check, summary  # noqa: E402
+
 BIN = os.path.abspath(sys.argv[1])
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 SOURCE = os.path.join(ROOT, "tests", "fixtures", "src", "tool", "regmap.c")
@@ -65,15 +68,6 @@ BASES = {"GPIOA": 0x40020000, "GPIOB": 0x40020400, "TIM2": 0x40000000, "UART1": 
 
 
 def main():
-    failures = []
-    checks = 0
-
-    def check(name, cond, detail=""):
-        nonlocal checks
-        checks += 1
-        if not cond:
-            failures.append(f"{name}: {detail}")
-
     with tempfile.TemporaryDirectory() as tmp:
         probe_c = os.path.join(tmp, "probe.c")
         with open(probe_c, "w") as f:
@@ -85,10 +79,7 @@ def main():
     for image in IMAGES:
         compare(image, facts, check)
 
-    for f in failures:
-        print("FAIL", f)
-    print(f"regmap: {checks - len(failures)} passed, {len(failures)} failed")
-    return 1 if failures else 0
+    return summary("regmap", shown=1000)
 
 
 def compare(image, facts, check_):
