@@ -8,6 +8,9 @@ dir=$(cd "$1" && pwd)
 target=$2
 cpu_seconds=${3:-3600}
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# The sanitizer keeps freed memory aside to catch late uses (256 MiB by default),
+# which would count against the memory limit as if the tool had used it.
+export ASAN_OPTIONS=${ASAN_OPTIONS:-quarantine_size_mb=64}
 corpus=$dir/corpus/$target
 findings=$dir/findings/$target
 scratch=$dir/scratch/$target
