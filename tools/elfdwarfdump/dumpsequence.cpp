@@ -33,7 +33,7 @@ int dumpElfFile(const DwarfDumpArgParse& args, ElfFile& file, bool inArchive, FI
     if (args.dwarf) {
         MyDwarfFile dwarf(err);
         dwarf.open(file, args.ignoreDebugAranges);
-        // Reports of the reader go to standard error: keep them after what came before.
+        // Reports of the reader go to the error stream: keep them after what came before.
         fflush(out);
         dwarf.dump(out);
     }
