@@ -15,7 +15,6 @@ here=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # The sanitizer keeps freed memory aside to catch late uses (256 MiB by default),
 # which would count against the memory limit as if the tool had used it.
 export ASAN_OPTIONS=${ASAN_OPTIONS:-quarantine_size_mb=64}
-fixtures=$here/tests/fixtures
 status=0
 for target in fuzz_elf fuzz_archive fuzz_disasm fuzz_indirect; do
   # A smoke run works in a folder of its own, so it never touches a campaign's corpus.
@@ -27,11 +26,7 @@ for target in fuzz_elf fuzz_archive fuzz_disasm fuzz_indirect; do
   [[ -z $smoke ]] || rm -rf "$corpus"
   rm -rf "$seeds"
   mkdir -p "$corpus" "$seeds" "$findings"
-  case $target in
-    fuzz_elf|fuzz_disasm) cp "$fixtures"/elf/*.o "$fixtures"/disasm/*.o "$fixtures"/tool/* "$seeds"/ ;;
-    fuzz_archive) for a in "$fixtures"/elf/*.a; do tail -c +9 "$a" > "$seeds/$(basename "$a")"; done ;;
-    fuzz_indirect) printf -- '-header\n# comment\n"a b" -sections\n@seed\n' > "$seeds/seed" ;;
-  esac
+  "$here/fuzz/seeds.sh" "$target" "$seeds"
   # Inputs may name an output file: each target runs in a scratch directory.
   scratch=$work/scratch/$target
   rm -rf "$scratch" && mkdir -p "$scratch"
