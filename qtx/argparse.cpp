@@ -3,6 +3,8 @@
 #include <QFile>
 #include <QTextStream>
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 namespace QTx {
 
@@ -146,6 +148,12 @@ void ArgParse::parseIndirectFile(const QString& path, int pass)
 {
     if (openIndirect_ >= maxOpenIndirectFiles || totalIndirect_ >= maxTotalIndirectFiles) {
         fprintf(error(), "too many indirect files\n");
+        return;
+    }
+    // An empty name ("@" alone) is what the system calls a missing file; Qt would add a
+    // warning of its own on standard error.
+    if (path.isEmpty()) {
+        fprintf(error(), "can't open indirect file : %s\n", strerror(ENOENT));
         return;
     }
     QFile file(path);

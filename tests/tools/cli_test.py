@@ -131,6 +131,10 @@ def test_indirect_files(tmp):
     rc, out, err = run(["@/nonexistent/args", THUMB])
     check("missing indirect", rc == 1 and
           err == f"{BIN}: error: can't open indirect file /nonexistent/args: No such file or directory\n", (rc, err))
+    # "@" alone names no file: the same message, and nothing from the libraries beside it.
+    rc, out, err = run(["@", THUMB])
+    check("empty indirect name", rc == 1 and
+          err == f"{BIN}: error: can't open indirect file : No such file or directory\n", (rc, err))
 
     selfref = os.path.join(tmp, "self.args")
     with open(selfref, "w") as f:
