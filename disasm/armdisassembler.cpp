@@ -203,7 +203,7 @@ std::map<uint64_t, DataRelocation> relocationsOf(const ElfFile& file, const ElfS
         int64_t addend = 0;
         if (rela)
             addend = int32_t(readFileWord(rel->data + at + 8, little));
-        else if (offset + 4 <= section.dataSize && section.data)
+        else if (section.data && section.dataSize >= 4 && offset <= section.dataSize - 4) // no wrap near 4 GiB
             addend = int32_t(readFileWord(section.data + offset, little));
         if (s->type() == 3) { // STT_SECTION: a label at the offset inside that section
             const ElfSection* target = file.sectionAt(s->st_shndx);

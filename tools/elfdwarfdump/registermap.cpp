@@ -369,7 +369,7 @@ void printRegisterMap(const ElfFile& file, FILE* out, FILE* err)
         // The variable's initial value, in the file, is the peripheral's base address.
         uint32_t base = 0;
         const uint64_t at = sym->st_value - section->sh_addr;
-        if (section->data && sym->st_value >= section->sh_addr && at + 4 <= section->dataSize)
+        if (section->data && sym->st_value >= section->sh_addr && section->dataSize >= 4 && at <= section->dataSize - 4)
             base = ElfBytes::u32(section->data + at, be);
         const std::string name(sym->name);
         fprintf(out, "<RegisterGroup name=\"%s\" start=\"0x%08x\">\n", name.c_str(), base);
