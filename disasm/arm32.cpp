@@ -412,6 +412,17 @@ void ARMInstructionSetDecoder::decodeArmExtraLoadStore(uint32_t insn)
 // The unconditional space (condition 0b1111): BLX (immediate), the barriers and PLD.
 void ARMInstructionSetDecoder::decodeArmUnconditional(uint32_t insn)
 {
+    // 1111 001x: Advanced SIMD data processing; 1111 0100 xxx0: its loads and stores.
+    if (bits(insn, 27, 25) == 1) {
+        if (!decodeNeonData(insn))
+            emitUndefined();
+        return;
+    }
+    if (bits(insn, 27, 24) == 4 && !bit(insn, 20)) {
+        if (!decodeNeonLoadStore(insn))
+            emitUndefined();
+        return;
+    }
     if (bits(insn, 27, 25) == 6 || bits(insn, 27, 24) == 0xE) {
         decodeCoprocessor(insn, true);
         return;

@@ -34,6 +34,48 @@ constexpr bool smallestRotation(uint32_t imm12)
         smallest += 2;
     return smallest == ((imm12 >> 8) & 15) * 2;
 }
+// The Advanced SIMD and MVE modified immediate (op, cmode, imm8) as the 64-bit value
+// it stands for. cmode 1111 with op set has no value (0 is returned); inverting the
+// value for VMVN and VBIC is the instruction's business, not the expansion's.
+constexpr uint64_t expandSimdImmediate(uint32_t op, uint32_t cmode, uint32_t imm8)
+{
+    imm8 &= 0xFF;
+    uint64_t element = 0;
+    switch (cmode >> 1) {
+    case 0:
+    case 1:
+    case 2:
+    case 3: // a byte in one of the four places of a word
+        element = uint64_t(imm8) << (8 * (cmode >> 1));
+        return element | element << 32;
+    case 4:
+    case 5: { // a byte in one of the two places of a halfword
+        element = uint64_t(imm8) << (8 * ((cmode >> 1) & 1));
+        return element * 0x0001000100010001ull;
+    }
+    case 6: // ones shifted in below the byte
+        element = (cmode & 1) ? (uint64_t(imm8) << 16 | 0xFFFF) : (uint64_t(imm8) << 8 | 0xFF);
+        return element | element << 32;
+    default:
+        break;
+    }
+    if (!(cmode & 1)) {
+        if (!op)
+            return imm8 * 0x0101010101010101ull;
+        // Each bit of imm8 stands for a whole byte.
+        uint64_t value = 0;
+        for (unsigned i = 0; i < 8; ++i)
+            if ((imm8 >> i) & 1)
+                value |= 0xFFull << (8 * i);
+        return value;
+    }
+    if (op)
+        return 0;
+    // A single-precision value: a:NOT(b):bbbbb:cdefgh and nineteen zeros.
+    const uint32_t a = imm8 >> 7 & 1, b = imm8 >> 6 & 1;
+    const uint32_t single = a << 31 | (b ^ 1) << 30 | (b ? 0x1Fu : 0u) << 25 | (imm8 & 0x3F) << 19;
+    return uint64_t(single) << 32 | single;
+}
 } // namespace ArmBits
 
 // Architecture levels as ARMDisassembler derives them from the -arch text; 0 accepts
@@ -97,6 +139,22 @@ enum BarrierOp { Dsb = 0, Dmb = 1, Isb = 2 };
 // Exclusive transfers (bits 22..21).
 enum ExclusiveOp { Word = 0, Doubleword = 1, Byte = 2, Halfword = 3 };
 } // namespace A32
+
+// Floating-point and vector registers as the decoders hand them on: the kind above
+// the number, so one int says "s3" or "d17".
+namespace VReg {
+enum Kind { S = 1, D = 2, Q = 3 };
+constexpr int make(int kind, uint32_t number) { return kind << 8 | int(number); }
+constexpr int kind(int r) { return r >> 8; }
+constexpr int number(int r) { return r & 0xFF; }
+} // namespace VReg
+
+namespace Vfp {
+// Element type of a floating-point form: bits 9..8 of its encoding.
+enum Size { Half = 1, Single = 2, Double = 3 };
+// The unconditional ARMv8 forms.
+enum V8Op { Vsel, Vmaxnm, Vminnm, Vrinta, Vrintn, Vrintp, Vrintm, Vcvta, Vcvtn, Vcvtp, Vcvtm, Vmovx, Vins };
+} // namespace Vfp
 
 namespace T32 {
 // Forms printed by name alone.
@@ -280,6 +338,53 @@ protected:
     // (unpredictable, but the assembler writes these texts to these bytes).
     virtual void emitPreloadIndexed(int kind, int rn, uint32_t imm8, bool index, bool add, bool writeback) = 0;
 
+    // ==== Floating-point and vector forms: registers are VReg values ====
+
+    // ---- Advanced SIMD data processing and the cryptographic forms (neon*.cpp) ----
+
+    // ---- end of Advanced SIMD data processing ----
+
+    // ---- Advanced SIMD element and structure loads and stores (neonloadstore.cpp) ----
+
+    // ---- end of Advanced SIMD loads and stores ----
+
+    // ---- The ARMv8 complex-number, dot-product, matrix and BFloat16 forms (vectorcomplex.cpp) ----
+
+    // ---- end of the ARMv8 vector forms ----
+
+    // ---- Floating-point forms (vfpdata.cpp, vfptransfer.cpp); size is a Vfp::Size ----
+    // VLDR/VSTR; offset in bytes.
+    virtual void emitVfpLoadStore(bool load, int size, int vd, int rn, uint32_t offset, bool add) = 0;
+    // VLDM/VSTM/VPUSH/VPOP; mode A32::Ia or A32::Db; legacy: the FLDMX/FSTMX forms (odd
+    // offset); valid false when the list is one the instruction cannot have.
+    virtual void emitVfpMultiple(bool load, int mode, bool legacy, int rn, bool writeback, int first, int count,
+                                 bool valid) = 0;
+    // VSCCLRM: the registers from `first` and the VPR.
+    virtual void emitVfpClearRegisters(int first, int count, bool valid) = 0;
+    // op: o1:o2:o3 (bits 23, 21..20 and 6) of the three-register group.
+    virtual void emitVfpThreeRegister(int op, int size, int vd, int vn, int vm) = 0;
+    // op: opc2:o3 (bits 19..16 and 7) of the two-register group; fbits of the fixed-point
+    // conversions.
+    virtual void emitVfpTwoRegister(int op, int size, int vd, int vm, int fbits) = 0;
+    virtual void emitVfpImmediate(int size, int vd, int imm8) = 0;
+    // op a Vfp::V8Op; cc the VSEL condition (bits 21..20), or 1 for the signed VCVTA..VCVTM.
+    virtual void emitVfpV8(int op, int size, int vd, int vn, int vm, int cc) = 0;
+    // VMOV between a core register and a single register (size Half: the .f16 form).
+    virtual void emitVfpCoreSingle(bool toCore, int size, int sn, int rt) = 0;
+    // VMOV of a doubleword lane; esize 8, 16 or 32.
+    virtual void emitVfpLane(bool toCore, int esize, bool isUnsigned, int dn, int index, int rt) = 0;
+    virtual void emitVfpDuplicate(int esize, int vd, int rt) = 0;
+    // VMRS/VMSR of system register `reg` (bits 19..16).
+    virtual void emitVfpSystemRegister(bool read, int reg, int rt) = 0;
+    // VMOV between two core registers and two singles (vm the first) or a double.
+    virtual void emitVfpCorePair(bool toCore, int vm, int rt, int rt2) = 0;
+
+    // ---- end of the floating-point forms ----
+
+    // ---- The M-profile vector extension (mve*.cpp) ----
+
+    // ---- end of the M-profile vector extension ----
+
     // ---- decode state ----
     bool pendingPrefix = false;
     bool armCall = false;   // the instruction is an A32 BL (R_ARM_CALL)
@@ -357,4 +462,48 @@ private:
     void decodeArmUnconditional(uint32_t insn);
     void decodeArmUnconditionalControl(uint32_t insn);
     void decodeCoprocessor(uint32_t insn, bool two);
+    // ---- Floating-point (vfp*.cpp) ----
+    // The floating-point forms of coprocessors 9 to 11; false leaves the encoding to
+    // the generic coprocessor forms.
+    bool decodeFloatingPoint(uint32_t insn, bool two);
+    bool decodeVfpData(uint32_t insn);
+    bool decodeVfpV8(uint32_t insn);
+    bool decodeVfpTransfer(uint32_t insn);
+    bool decodeVfpLoadStore(uint32_t insn);
+    // ---- end of floating-point ----
+
+    // ---- Advanced SIMD data processing (neon*.cpp) ----
+    // In the A32 layout: the Thumb encodings are turned into it (111U 1111 becomes
+    // 1111 001U); false leaves the encoding undefined.
+    bool decodeNeonData(uint32_t insn);
+    // ---- end of Advanced SIMD data processing ----
+
+    // ---- Advanced SIMD loads and stores (neonloadstore.cpp) ----
+    // In the A32 layout (1111 1001 becomes 1111 0100); false leaves it undefined.
+    bool decodeNeonLoadStore(uint32_t insn);
+    // ---- end of Advanced SIMD loads and stores ----
+
+    // ---- The ARMv8 vector forms (vectorcomplex.cpp) ----
+    // The unconditional encodings of coprocessors 8, 12 and 13 (bits 27..0 alike in
+    // A32 and Thumb); false leaves them to the generic forms.
+    bool decodeVectorComplex(uint32_t insn);
+    // ---- end of the ARMv8 vector forms ----
+
+    // ---- The M-profile vector extension (mve*.cpp) ----
+    // The coprocessor and vector spaces of 32-bit Thumb at v8.1-M; false leaves the
+    // encoding to the floating-point and generic coprocessor forms.
+    bool decodeMve(uint32_t first, uint32_t second);
+    // ---- end of the M-profile vector extension ----
+
+    // A floating-point register from its four-bit field and its extra bit: Vd:D for a
+    // single, D:Vd for a double.
+    static int vfpRegister(bool isDouble, uint32_t four, uint32_t one)
+    {
+        return isDouble ? VReg::make(VReg::D, one << 4 | four) : VReg::make(VReg::S, four << 1 | one);
+    }
+    // False for a register the level's unit lacks (the M profile has d0 to d15).
+    bool vfpRegisterExists(int r) const
+    {
+        return !(isMProfile() && VReg::kind(r) == VReg::D && VReg::number(r) >= 16);
+    }
 };

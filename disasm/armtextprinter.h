@@ -101,6 +101,38 @@ protected:
     void emitCoprocessorRegisterPair(bool two, bool load, int coproc, int opc1, int rt, int rt2, int crm) override;
     void emitCoprocessorLoadStore(bool two, bool load, bool longForm, int coproc, int crd, int rn, uint32_t imm8,
                                   bool index, bool add, bool writeback) override;
+    // ---- Advanced SIMD data processing and the cryptographic forms (armtextprinter_neon*.cpp) ----
+
+    // ---- end of Advanced SIMD data processing ----
+
+    // ---- Advanced SIMD loads and stores ----
+
+    // ---- end of Advanced SIMD loads and stores ----
+
+    // ---- The ARMv8 complex-number, dot-product, matrix and BFloat16 forms ----
+
+    // ---- end of the ARMv8 vector forms ----
+
+    // ---- Floating-point forms (armtextprinter_vfp.cpp) ----
+    void emitVfpLoadStore(bool load, int size, int vd, int rn, uint32_t offset, bool add) override;
+    void emitVfpMultiple(bool load, int mode, bool legacy, int rn, bool writeback, int first, int count,
+                         bool valid) override;
+    void emitVfpClearRegisters(int first, int count, bool valid) override;
+    void emitVfpThreeRegister(int op, int size, int vd, int vn, int vm) override;
+    void emitVfpTwoRegister(int op, int size, int vd, int vm, int fbits) override;
+    void emitVfpImmediate(int size, int vd, int imm8) override;
+    void emitVfpV8(int op, int size, int vd, int vn, int vm, int cc) override;
+    void emitVfpCoreSingle(bool toCore, int size, int sn, int rt) override;
+    void emitVfpLane(bool toCore, int esize, bool isUnsigned, int dn, int index, int rt) override;
+    void emitVfpDuplicate(int esize, int vd, int rt) override;
+    void emitVfpSystemRegister(bool read, int sysReg, int rt) override;
+    void emitVfpCorePair(bool toCore, int vm, int rt, int rt2) override;
+    // ---- end of the floating-point forms ----
+
+    // ---- The M-profile vector extension (armtextprinter_mve*.cpp) ----
+
+    // ---- end of the M-profile vector extension ----
+
     // 32-bit Thumb data processing, multiplies and the shared A32 media forms.
     void emitThumbDataImmediate(int op, bool setFlags, int rd, int rn, uint32_t value) override;
     void emitThumbWideAddSubtract(bool subtract, int rd, int rn, uint32_t imm12) override;
@@ -179,6 +211,15 @@ public:
 
 protected:
     void mnemonic(const char* name);
+    // ---- shared by the floating-point and vector printers ----
+    // "s3", "d17", "q2" of a VReg value.
+    void vectorRegister(int r);
+    void vectorRegisters(int a, int b);
+    // A data-type suffix: "." then the kind ("i", "s", "u", "f", "p", "bf", or "" for a
+    // plain size) and the element size in bits: ".s16", ".bf16", ".32".
+    void typeSuffix(const char* kind, int bits);
+    // "#" and the value of an 8-bit floating-point immediate, always six decimals.
+    void floatImmediate(int imm8);
     // One instruction of an IT block has been printed: move to the next condition.
     void advanceItState();
     void reg(int r);

@@ -33,6 +33,10 @@ bool armVectorForm(uint32_t insn)
 void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
 {
     const int coproc = int(bits(insn, 11, 8));
+    if (coproc >= 9 && coproc <= 11 && decodeFloatingPoint(insn, two))
+        return;
+    if (two && (coproc == 8 || coproc == 12 || coproc == 13) && decodeVectorComplex(insn))
+        return;
     // The unconditional encodings are generic but for the data operations of 9 to
     // 11, which belong to the floating-point unit, and everything of 8, 9, 12 and
     // 13: the vector extensions of ARMv8 (complex numbers, dot products, matrices)

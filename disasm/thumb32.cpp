@@ -93,9 +93,10 @@ void ARMInstructionSetDecoder::decodeThumb32(uint32_t first, uint32_t second)
             decodeThumb32DataModifiedImmediate(first, second);
         return;
     case 3:
-        if ((op2 & 0x71) == 0x10) // vector element and structure loads and stores
-            emitUndefined();
-        else if ((op2 & 0x60) == 0x00)
+        if ((op2 & 0x71) == 0x10) { // vector element and structure loads and stores
+            if (!decodeNeonLoadStore(0xF4000000 | (first & 0xFF) << 16 | second))
+                emitUndefined();
+        } else if ((op2 & 0x60) == 0x00)
             decodeThumb32LoadStoreSingle(first, second);
         else if ((op2 & 0x70) == 0x20)
             decodeThumb32DataRegister(first, second);
@@ -114,13 +115,25 @@ void ARMInstructionSetDecoder::decodeThumb32(uint32_t first, uint32_t second)
 
 void ARMInstructionSetDecoder::decodeThumb32Coprocessor(uint32_t first, uint32_t second)
 {
+    // v8.1-M gives most of these spaces to its vector extension, the Advanced SIMD
+    // space included.
+    if (hasV81M() && decodeMve(first, second))
+        return;
+    // 111U 1111: Advanced SIMD data processing.
+    if (bits(first, 11, 8) == 0xF) {
+        if (!decodeNeonData(0xF2000000 | bit(first, 12) << 24 | (first & 0xFF) << 16 | second))
+            emitUndefined();
+        return;
+    }
     // The M profile keeps the conditional coprocessor encodings for its
     // floating-point, vector and custom-datapath extensions: only the
     // unconditional ones (cdp2, mcr2, ldc2...) are generic there, and the
     // two-register transfers of coprocessors 0 to 7, which no extension takes.
     const bool lowPair = (first & 0x0FE0) == 0x0C40 && bits(second, 11, 8) < 8;
     if (isMProfile() && !bit(first, 12) && !lowPair) {
-        emitUndefined();
+        const uint32_t coproc = bits(second, 11, 8);
+        if (!(coproc >= 9 && coproc <= 11 && decodeFloatingPoint(first << 16 | second, false)))
+            emitUndefined();
         return;
     }
     decodeCoprocessor(first << 16 | second, bit(first, 12));

@@ -35,7 +35,7 @@ NEWLIB = "/usr/lib/arm-none-eabi/newlib"
 # (variant, our -arch level, the assembler's architecture)
 VARIANTS = [
     ("", "v4T", "armv4t"),
-    ("arm/v5te/softfp", "v5TE", "armv5te"),
+    ("arm/v5te/softfp", "v5TE", "armv5te -mfpu=vfpv2"),
     ("thumb/nofp", "v4T", "armv4t"),
     # The assembler writes "nop" as the old register move before v7: ARMv6-M and
     # ARMv8-M baseline code is assembled for their mainline neighbours.
@@ -51,14 +51,14 @@ VARIANTS = [
 FIXTURES = [
     ("tests/fixtures/disasm/a32.o", "-", "armv7ve"),
     ("tests/fixtures/disasm/a32-v4t.o", "v4T", "armv4t"),
-    ("tests/fixtures/disasm/a32-v5te.o", "v5TE", "armv5te"),
+    ("tests/fixtures/disasm/a32-v5te.o", "v5TE", "armv5te -mfpu=vfpv2"),
     ("tests/fixtures/disasm/a32-v6.o", "v6", "armv6"),
-    ("tests/fixtures/disasm/a32-v8.o", "v8A", "armv8-a+crc"),
+    ("tests/fixtures/disasm/a32-v8.o", "v8A", "armv8-a+crc -mfpu=crypto-neon-fp-armv8"),
     ("tests/fixtures/disasm/t16-v6m.o", "v6M", "armv7-m"),
     ("tests/fixtures/disasm/t32-v7m.o", "v7M", "armv7-m"),
-    ("tests/fixtures/disasm/t32-v7em.o", "v7EM", "armv7e-m"),
+    ("tests/fixtures/disasm/t32-v7em.o", "v7EM", "armv7e-m -mfpu=fpv5-d16"),
     ("tests/fixtures/disasm/t32-v8m-base.o", "v8M_Baseline", "armv8-m.main"),
-    ("tests/fixtures/disasm/t32-v8m-main.o", "v8M_Mainline", "armv8-m.main+dsp"),
+    ("tests/fixtures/disasm/t32-v8m-main.o", "v8M_Mainline", "armv8-m.main+dsp -mfpu=fpv5-sp-d16"),
     ("tests/fixtures/disasm/t32-v81m.o", "v8.1M_Mainline", "armv8.1-m.main+mve.fp+fp.dp+pacbti"),
     ("tests/fixtures/disasm/mixed.o", "-", "armv7-a"),
     ("tests/fixtures/elf/thumb.o", "v7M", "armv7-m"),

@@ -30,13 +30,13 @@ FIXTURES = [
     ("tests/fixtures/disasm/t16-v6m.o", "armv7-m"),
     ("tests/fixtures/disasm/a32.o", "armv7ve"),  # smc, hvc, eret, banked registers, pldw
     ("tests/fixtures/disasm/a32-v4t.o", "armv7-a"),
-    ("tests/fixtures/disasm/a32-v5te.o", "armv7-a"),
+    ("tests/fixtures/disasm/a32-v5te.o", "armv7-a -mfpu=vfpv3"),  # mcrr p10 is a vmov
     ("tests/fixtures/disasm/a32-v6.o", "armv7-a"),
-    ("tests/fixtures/disasm/a32-v8.o", "armv8-a+crc"),
+    ("tests/fixtures/disasm/a32-v8.o", "armv8-a+crc -mfpu=crypto-neon-fp-armv8"),
     ("tests/fixtures/disasm/t32-v7m.o", "armv7-m"),
-    ("tests/fixtures/disasm/t32-v7em.o", "armv7e-m"),
+    ("tests/fixtures/disasm/t32-v7em.o", "armv7e-m -mfpu=fpv5-d16"),
     ("tests/fixtures/disasm/t32-v8m-base.o", "armv8-m.main"),
-    ("tests/fixtures/disasm/t32-v8m-main.o", "armv8-m.main+dsp"),
+    ("tests/fixtures/disasm/t32-v8m-main.o", "armv8-m.main+dsp -mfpu=fpv5-sp-d16"),
     ("tests/fixtures/disasm/t32-v81m.o", "armv8.1-m.main+mve.fp+fp.dp+pacbti"),
     ("tests/fixtures/disasm/it-blocks.o", "armv7-m"),
     ("tests/fixtures/disasm/conditions.o", "armv7-a"),

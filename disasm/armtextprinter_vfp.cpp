@@ -1,0 +1,354 @@
+// Text of the floating-point forms. The condition goes between the mnemonic and its
+// type suffix ("vaddeq.f32"), as the unified syntax writes it.
+#include <cstdio>
+
+#include "disasm/armtextprinter.h"
+
+namespace {
+// Type suffixes by Vfp::Size.
+const char* const kSize[4] = {"", ".f16", ".f32", ".f64"};
+
+// The three-register group by o1:o2:o3.
+const char* const kThreeRegister[16] = {"vmla", "vmls", "vnmls", "vnmla", "vmul", "vnmul", "vadd",  "vsub",
+                                        "vdiv", nullptr, "vfnms", "vfnma", "vfma", "vfms",  nullptr, nullptr};
+
+// The two-register group by opc2:o3; the fixed-point conversions (opc2 1x1x) are "vcvt".
+const char* const kTwoRegister[32] = {
+    "vmov",  "vabs",  "vneg",  "vsqrt", "vcvtb", "vcvtt", "vcvtb", "vcvtt", "vcmp",  "vcmpe", "vcmp",
+    "vcmpe", "vrintr", "vrintz", "vrintx", "vcvt", "vcvt",  "vcvt",  nullptr, "vjcvt", "vcvt",  "vcvt",
+    "vcvt",  "vcvt",  "vcvtr", "vcvt",  "vcvtr", "vcvt",  "vcvt",  "vcvt",  "vcvt",  "vcvt"};
+
+// Conversion suffixes, destination type first, by size for each conversion group.
+const char* const kFromHalf[4] = {"", "", ".f32.f16", ".f64.f16 "};
+const char* const kToHalf[4] = {"", ".bf16.f32", ".f16.f32", ".f16.f64 "};
+const char* const kSingleDouble[4] = {"", "", ".f64.f32", ".f32.f64"};
+const char* const kFromUnsigned[4] = {"", ".f16.u32", ".f32.u32", ".f64.u32"};
+const char* const kFromSigned[4] = {"", ".f16.s32", ".f32.s32", ".f64.s32"};
+const char* const kToUnsigned[4] = {"", ".u32.f16", ".u32.f32", ".u32.f64"};
+const char* const kToSigned[4] = {"", ".s32.f16", ".s32.f32", ".s32.f64"};
+
+const char* const kV8[13] = {"vsel",   "vmaxnm", "vminnm", "vrinta", "vrintn", "vrintp", "vrintm",
+                             "vcvta",  "vcvtn",  "vcvtp",  "vcvtm",  "vmovx",  "vins"};
+const char* const kSelectConditions[4] = {"eq", "vs", "ge", "gt"};
+
+// System registers of VMRS/VMSR by their number; null where none is named.
+const char* const kSystemRegisters[16] = {"fpsid", "fpscr", "fpscr_nzcvqc", nullptr, nullptr, "mvfr2",
+                                          "mvfr1", "mvfr0", "fpexc",        nullptr, nullptr, nullptr,
+                                          "vpr",   "p0",    "fpcxt_ns",     "fpcxt_s"};
+
+// The magnitudes of the 8-bit floating-point immediates: row by the low four bits
+// (the fraction), column by bits 6..4 (the exponent). Bits 6..4 = b:c:d give the
+// exponent NOT(b):b:b:b:b:b:c:d of a single, so the column's power of two runs
+// 1..4 for b = 0 and -3..0 for b = 1.
+struct ImmediateTable {
+    float value[16][8];
+    constexpr ImmediateTable() : value()
+    {
+        for (int row = 0; row < 16; ++row)
+            for (int column = 0; column < 8; ++column) {
+                const int power = (column & 4) ? (column & 3) - 3 : (column & 3) + 1;
+                float magnitude = 1.0f + float(row) / 16.0f;
+                for (int i = 0; i < power; ++i)
+                    magnitude *= 2.0f;
+                for (int i = 0; i > power; --i)
+                    magnitude /= 2.0f;
+                value[row][column] = magnitude;
+            }
+    }
+};
+constexpr ImmediateTable kImmediates;
+} // namespace
+
+void ARMInstructionSetDisassembler::vectorRegister(int r)
+{
+    put(" sdq"[VReg::kind(r) & 3]);
+    decimal(uint32_t(VReg::number(r)));
+}
+
+void ARMInstructionSetDisassembler::vectorRegisters(int a, int b)
+{
+    vectorRegister(a);
+    separator();
+    vectorRegister(b);
+}
+
+void ARMInstructionSetDisassembler::typeSuffix(const char* kind, int bits)
+{
+    put('.');
+    put(kind);
+    decimal(uint32_t(bits));
+}
+
+void ARMInstructionSetDisassembler::floatImmediate(int imm8)
+{
+    char text[32];
+    snprintf(text, sizeof text, "%s%f", (imm8 & 0x80) ? "-" : "", double(kImmediates.value[imm8 & 15][imm8 >> 4 & 7]));
+    put('#');
+    put(text);
+}
+
+void ARMInstructionSetDisassembler::emitVfpLoadStore(bool load, int size, int vd, int rn, uint32_t offset, bool add)
+{
+    mnemonic(load ? "vldr" : "vstr");
+    if (size == Vfp::Half)
+        put(".16");
+    put(' ');
+    vectorRegister(vd);
+    separator();
+    if (rn == 15 && load) {
+        literalOperand(offset, add, size == Vfp::Half ? 2 : size == Vfp::Single ? 4 : 8);
+        return;
+    }
+    put('[');
+    reg(rn);
+    if (offset != 0 || !add) {
+        separator();
+        signedOffset(add, offset);
+    }
+    put(']');
+}
+
+void ARMInstructionSetDisassembler::emitVfpMultiple(bool load, int mode, bool legacy, int rn, bool writeback,
+                                                    int first, int count, bool valid)
+{
+    const bool increment = mode == A32::Ia;
+    if (legacy) {
+        // The FLDMX/FSTMX forms take their stack names on the stack pointer.
+        static const char* const names[8] = {"fstmdbx", "fstmiax", "fldmdbx", "fldmiax",
+                                             "fstmfdx", "fstmeax", "fldmeax", "fldmfdx"};
+        mnemonic(names[(rn == 13 && writeback ? 4 : 0) | (load ? 2 : 0) | (increment ? 1 : 0)]);
+    } else if (rn == 13 && writeback && load == increment) {
+        mnemonic(load ? "vpop" : "vpush");
+    } else {
+        static const char* const names[4] = {"vstmdb", "vstmia", "vldmdb", "vldmia"};
+        mnemonic(names[(load ? 2 : 0) | (increment ? 1 : 0)]);
+    }
+    put(' ');
+    if (!(rn == 13 && writeback && load == increment && !legacy)) {
+        reg(rn);
+        if (writeback)
+            put('!');
+        separator();
+    }
+    if (!valid) {
+        put("invalid register list");
+        return;
+    }
+    put('{');
+    vectorRegister(first);
+    if (count > 1) {
+        put('-');
+        vectorRegister(first + count - 1);
+    }
+    put('}');
+}
+
+void ARMInstructionSetDisassembler::emitVfpClearRegisters(int first, int count, bool valid)
+{
+    mnemonic("vscclrm");
+    put(' ');
+    if (!valid) {
+        put("invalid register list");
+        return;
+    }
+    put('{');
+    if (count > 0) {
+        vectorRegister(first);
+        if (count > 1) {
+            put('-');
+            vectorRegister(first + count - 1);
+        }
+        put(", ");
+    }
+    put("vpr }");
+}
+
+void ARMInstructionSetDisassembler::emitVfpThreeRegister(int op, int size, int vd, int vn, int vm)
+{
+    mnemonic(kThreeRegister[op & 15]);
+    put(kSize[size & 3]);
+    put(' ');
+    vectorRegisters(vd, vn);
+    separator();
+    vectorRegister(vm);
+}
+
+void ARMInstructionSetDisassembler::emitVfpTwoRegister(int op, int size, int vd, int vm, int fbits)
+{
+    mnemonic(kTwoRegister[op & 31]);
+    const int opc2 = op >> 1 & 15;
+    size &= 3;
+    switch (opc2) {
+    case 2:
+        put(kFromHalf[size]);
+        break;
+    case 3:
+        put(kToHalf[size]);
+        break;
+    case 7:
+        put((op & 1) ? kSingleDouble[size] : kSize[size]);
+        break;
+    case 8:
+        put((op & 1) ? kFromSigned[size] : kFromUnsigned[size]);
+        break;
+    case 9:
+        put(".s32.f64");
+        break;
+    case 12:
+        put(kToUnsigned[size]);
+        break;
+    case 13:
+        put(kToSigned[size]);
+        break;
+    case 10:
+    case 11:
+    case 14:
+    case 15: {
+        // Fixed point: opc2 bit 2 converts to it, bit 0 makes it unsigned, o3 picks
+        // 32 bits over 16.
+        char fixed[5] = {'.', (opc2 & 1) ? 'u' : 's', (op & 1) ? '3' : '1', (op & 1) ? '2' : '6', '\0'};
+        if (opc2 & 4) {
+            put(fixed);
+            put(kSize[size]);
+        } else {
+            put(kSize[size]);
+            put(fixed);
+        }
+        put(' ');
+        vectorRegisters(vd, vd);
+        separator();
+        immediate(fbits);
+        return;
+    }
+    default:
+        put(kSize[size]);
+        break;
+    }
+    put(' ');
+    vectorRegister(vd);
+    separator();
+    if (opc2 == 5)
+        put("#0");
+    else
+        vectorRegister(vm);
+}
+
+void ARMInstructionSetDisassembler::emitVfpImmediate(int size, int vd, int imm8)
+{
+    mnemonic("vmov");
+    put(kSize[size & 3]);
+    put(' ');
+    vectorRegister(vd);
+    separator();
+    floatImmediate(imm8);
+}
+
+void ARMInstructionSetDisassembler::emitVfpV8(int op, int size, int vd, int vn, int vm, int cc)
+{
+    mnemonic(kV8[op]);
+    if (op == Vfp::Vsel)
+        put(kSelectConditions[cc & 3]);
+    if (op >= Vfp::Vcvta && op <= Vfp::Vcvtm)
+        put(cc ? ".s32" : ".u32");
+    // VMOVX and VINS move halves of single registers.
+    put(op == Vfp::Vmovx || op == Vfp::Vins ? ".f16" : kSize[size & 3]);
+    put(' ');
+    vectorRegister(vd);
+    separator();
+    if (op <= Vfp::Vminnm) {
+        vectorRegister(vn);
+        separator();
+    }
+    vectorRegister(vm);
+}
+
+void ARMInstructionSetDisassembler::emitVfpCoreSingle(bool toCore, int size, int sn, int rt)
+{
+    mnemonic("vmov");
+    if (size == Vfp::Half)
+        put(".f16");
+    put(' ');
+    if (toCore) {
+        reg(rt);
+        separator();
+        vectorRegister(sn);
+    } else {
+        vectorRegister(sn);
+        separator();
+        reg(rt);
+    }
+}
+
+void ARMInstructionSetDisassembler::emitVfpLane(bool toCore, int esize, bool isUnsigned, int dn, int index, int rt)
+{
+    mnemonic("vmov");
+    put('.');
+    if (toCore && esize < 32)
+        put(isUnsigned ? 'u' : 's');
+    decimal(uint32_t(esize));
+    put(' ');
+    if (toCore) {
+        reg(rt);
+        separator();
+    }
+    vectorRegister(dn);
+    put('[');
+    decimal(uint32_t(index));
+    put(']');
+    if (!toCore) {
+        separator();
+        reg(rt);
+    }
+}
+
+void ARMInstructionSetDisassembler::emitVfpDuplicate(int esize, int vd, int rt)
+{
+    mnemonic("vdup");
+    put('.');
+    decimal(uint32_t(esize));
+    put(' ');
+    vectorRegister(vd);
+    separator();
+    reg(rt);
+}
+
+void ARMInstructionSetDisassembler::emitVfpSystemRegister(bool read, int sysReg, int rt)
+{
+    mnemonic(read ? "vmrs" : "vmsr");
+    put(' ');
+    const char* name = kSystemRegisters[sysReg & 15];
+    if (read) {
+        if (rt == 15)
+            put("APSR_nzcv");
+        else
+            reg(rt);
+        separator();
+        put(name ? name : "?");
+    } else {
+        put(name ? name : "?");
+        separator();
+        reg(rt);
+    }
+}
+
+void ARMInstructionSetDisassembler::emitVfpCorePair(bool toCore, int vm, int rt, int rt2)
+{
+    mnemonic("vmov");
+    put(' ');
+    auto extension = [&] {
+        vectorRegister(vm);
+        if (VReg::kind(vm) == VReg::S) {
+            separator();
+            vectorRegister(vm + 1);
+        }
+    };
+    if (toCore) {
+        registers(rt, rt2);
+        separator();
+        extension();
+    } else {
+        extension();
+        separator();
+        registers(rt, rt2);
+    }
+}
