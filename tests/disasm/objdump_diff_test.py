@@ -264,7 +264,7 @@ def data_bytes(section):
     return covered
 
 
-def compare(name, level, ours, theirs, stats, classes, examples):
+def compare(name, level, ours, theirs, stats, classes, examples, vector_aside=True):
     """Code is compared instruction by instruction; data by the bytes it covers (the
     two split a data stretch into units differently, both by what is left)."""
     def unexplained(cls, member, address, a, b):
@@ -281,7 +281,7 @@ def compare(name, level, ours, theirs, stats, classes, examples):
         code = {a for a, e in mine.items() if e[0] == "code"} | {a for a, e in other.items() if e[0] == "code"}
         for address in sorted(code):
             a, b = mine.get(address), other.get(address)
-            if b is not None and b[0] == "code" and sweeplib.fp_vector(b[2]):
+            if vector_aside and b is not None and b[0] == "code" and sweeplib.fp_vector(b[2]):
                 stats["fp/vector"] += 1
                 continue
             if a is None or b is None or a[0] != b[0]:
