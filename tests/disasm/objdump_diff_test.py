@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Every instruction of real code, our decoding against arm-none-eabi-objdump -d.
 
-Usage: objdump_diff_test.py <code_list> <source dir> [--quick]
+Usage: objdump_diff_test.py <code_list> <source dir> [--vector] [--every N]
 
 The code is that of the disassembler fixtures and of every member of libc.a and
 libm.a of newlib's core-only variants (no floating-point or vector unit). For each
@@ -17,7 +17,9 @@ compared above, is assembled alone by arm-none-eabi-as for the variant's
 architecture (an instruction of an IT block together with its IT instruction) and
 must give back its bytes.
 
---quick takes every eighth member of each library.
+--vector reads libc.a, libm.a and libstdc++.a of the hard-float variants instead,
+whose code holds the floating-point and vector forms, and sets nothing aside.
+--every N takes every Nth member of each library.
 """
 import collections
 import glob
@@ -47,6 +49,22 @@ VARIANTS = [
     ("thumb/v8-m.base/nofp", "v8M_Baseline", "armv8-m.main"),
     ("thumb/v8-m.main/nofp", "v8M_Mainline", "armv8-m.main"),
 ]
+# The hard-float variants, whose code has the floating-point and vector forms:
+# (variant, our -arch level, the assembler's architecture).
+VECTOR_VARIANTS = [
+    ("arm/v5te/hard", "v5TE", "armv5te -mfpu=vfpv2"),
+    ("thumb/v7+fp/hard", "v7A", "armv7-a -mfpu=vfpv3-d16"),
+    ("thumb/v7-a+simd/hard", "v7A", "armv7-a -mfpu=neon-vfpv4"),
+    ("thumb/v7ve+simd/hard", "v7A", "armv7ve -mfpu=neon-vfpv4"),
+    ("thumb/v8-a+simd/hard", "v8A", "armv8-a -mfpu=crypto-neon-fp-armv8"),
+    ("thumb/v7-r+fp.sp/hard", "v7R", "armv7-r -mfpu=vfpv3xd"),
+    ("thumb/v7e-m+fp/hard", "v7EM", "armv7e-m -mfpu=fpv4-sp-d16"),
+    ("thumb/v7e-m+dp/hard", "v7EM", "armv7e-m -mfpu=fpv5-d16"),
+    ("thumb/v8-m.main+fp/hard", "v8M_Mainline", "armv8-m.main+dsp -mfpu=fpv5-sp-d16"),
+    ("thumb/v8-m.main+dp/hard", "v8M_Mainline", "armv8-m.main+dsp -mfpu=fpv5-d16"),
+    ("thumb/v8.1-m.main+mve/hard", "v8.1M_Mainline", "armv8.1-m.main+mve.fp+fp.dp"),
+]
+VECTOR_LIBRARIES = ("libc.a", "libm.a", "libstdc++.a")
 # (fixture, level, assembler architecture)
 FIXTURES = [
     ("tests/fixtures/disasm/a32.o", "-", "armv7ve"),
@@ -74,7 +92,8 @@ CONDITIONS = "eq|ne|cs|cc|mi|pl|vs|vc|hi|ls|ge|lt|gt|le"
 
 # Objects whose architecture objdump does not take from their attributes in full: the
 # machine to read them with.
-OBJDUMP_MACHINE = {"tests/fixtures/disasm/t32-v81m.o": "armv8.1-m.main"}
+OBJDUMP_MACHINE = {"tests/fixtures/disasm/t32-v81m.o": "armv8.1-m.main",
+                   "thumb/v8.1-m.main+mve/hard": "armv8.1-m.main"}
 
 
 def objdump_listing(files, machine=None):
@@ -310,9 +329,23 @@ def compare(name, level, ours, theirs, stats, classes, examples, vector_aside=Tr
             unexplained(f"{m1} vs {m2}", key[0], address, a, b)
 
 
+def family_classes():
+    """The named classes of the floating-point and vector decoders, one classes_*.py
+    module per family, as (name, reason, test(ours, theirs, address))."""
+    here = os.path.dirname(os.path.abspath(__file__))
+    out = []
+    for path in sorted(glob.glob(os.path.join(here, "classes_*.py"))):
+        module = __import__(os.path.basename(path)[:-3])
+        out += [(name, reason, lambda o, t, a, test=test: test(o, t)) for name, reason, test in module.CLASSES]
+    return out
+
+
 def main():
     code_list, source = sys.argv[1], sys.argv[2]
-    quick = "--quick" in sys.argv
+    vector = "--vector" in sys.argv
+    # --every N: every Nth member of each library (the vector run's sample)
+    every = int(sys.argv[sys.argv.index("--every") + 1]) if "--every" in sys.argv else 1
+    CLASSES.extend(family_classes())
     stats = collections.Counter()
     classes = collections.Counter()
     examples = {}
@@ -321,8 +354,8 @@ def main():
 
     def run(name, level, march, files):
         ours = our_listing(code_list, level, files)
-        theirs = objdump_listing(files, OBJDUMP_MACHINE.get(name))
-        compare(name, level, ours, theirs, stats, classes, examples)
+        theirs = objdump_listing(files, OBJDUMP_MACHINE.get(name, OBJDUMP_MACHINE.get(os.path.dirname(name))))
+        compare(name, level, ours, theirs, stats, classes, examples, vector_aside=not vector)
         seen = set()
         items = {True: [], False: []}
         for section in ours.values():
@@ -340,19 +373,18 @@ def main():
                     else:
                         trip_failures.append((name, march) + f)
 
-    for path, level, march in FIXTURES:
-        run(path, level, march, [os.path.join(source, path)])
-    for variant, level, march in VARIANTS:
-        for library in ("libc.a", "libm.a"):
+    if not vector:
+        for path, level, march in FIXTURES:
+            run(path, level, march, [os.path.join(source, path)])
+    for variant, level, march in (VECTOR_VARIANTS if vector else VARIANTS):
+        for library in (VECTOR_LIBRARIES if vector else ("libc.a", "libm.a")):
             archive = os.path.join(NEWLIB, variant, library)
             if not os.path.exists(archive):
                 print(f"missing {archive}")
                 return 1
             with tempfile.TemporaryDirectory() as work:
                 subprocess.run(["arm-none-eabi-ar", "x", archive], cwd=work, check=True)
-                files = sorted(glob.glob(os.path.join(work, "*.o")))
-                if quick:
-                    files = files[::8]
+                files = sorted(glob.glob(os.path.join(work, "*.o")))[::every]
                 stats["members"] += len(files)
                 run(f"{variant or '.'}/{library}", level, march, files)
 
