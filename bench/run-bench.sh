@@ -48,10 +48,20 @@ runs=$(( runs / 3 > 5 ? runs / 3 : 5 )) compare dwarf "$dwarf_archive" "-dwarf" 
   "arm-none-eabi-readelf --debug-dump=info,line" "llvm-dwarfdump --debug-info --debug-line"
 echo "peak memory (-dwarf): $(peak "$bin" -dwarf "$dwarf_archive") KiB (limit 3 x input = $(( 3 * dsize / 1024 )) KiB)"
 
-disasm_archive=${DISASM_ARCHIVE:-$newlib/thumb/v7-m/nofp/libstdc++.a}
-dasize=$(stat -c %s "$disasm_archive")
-echo "disassembly of $disasm_archive ($dasize bytes)"
-runs=$(( runs / 6 > 3 ? runs / 6 : 3 )) compare disassemble "$disasm_archive" "-disassemble" \
-  "arm-none-eabi-objdump -d" "llvm-objdump -d --triple=thumbv7m-none-eabi"
-echo "peak memory (-disassemble): $(peak "$bin" -disassemble "$disasm_archive") KiB" \
-  "(limit 2 x input + 16 MiB = $(( (2 * dasize) / 1024 + 16 * 1024 )) KiB)"
+# label, archive, our -arch level, llvm-objdump's target options: the core Thumb-2
+# library, then the Advanced SIMD and the MVE ones, whose code is full of vector forms.
+disassembly() {
+  local label=$1 archive=$2 level=$3 llvm=$4
+  local size
+  size=$(stat -c %s "$archive")
+  echo "disassembly of $archive ($size bytes)"
+  runs=$(( runs / 6 > 3 ? runs / 6 : 3 )) compare "$label" "$archive" "-disassemble -arch $level" \
+    "arm-none-eabi-objdump -d" "llvm-objdump -d $llvm"
+  echo "peak memory (-disassemble): $(peak "$bin" -disassemble -arch "$level" "$archive") KiB" \
+    "(limit 2 x input + 16 MiB = $(( (2 * size) / 1024 + 16 * 1024 )) KiB)"
+}
+disassembly disassemble "${DISASM_ARCHIVE:-$newlib/thumb/v7-m/nofp/libstdc++.a}" v7M "--triple=thumbv7m-none-eabi"
+disassembly disassemble-simd "$newlib/thumb/v7-a+simd/hard/libstdc++.a" v7A \
+  "--triple=thumbv7a-none-eabi --mattr=+neon,+vfp4"
+disassembly disassemble-mve "$newlib/thumb/v8.1-m.main+mve/hard/libstdc++.a" v8.1M_Mainline \
+  "--triple=thumbv8.1m.main-none-eabi --mattr=+mve.fp,+fp64"
