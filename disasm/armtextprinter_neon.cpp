@@ -106,8 +106,7 @@ void ARMInstructionSetDisassembler::emitNeonImmediate(int op, int type, int esiz
     if (type == Neon::F) {
         floatImmediate(imm8);
     } else if (value >> 32) {
-        // Only .i64 has bits above 32: all sixteen digits, like any hex number here
-        // in whole bytes.
+        // Only .i64 has bits above 32: its hex in whole bytes, like every number here.
         put("#0x");
         hex(uint32_t(value >> 32), 0, false);
         hex(uint32_t(value), 8, false);
