@@ -116,8 +116,8 @@ bool ARMInstructionSetDecoder::decodeNeonTwoRegister(uint32_t insn)
         return false;
     case Sizes1:
     case Sizes2:
-    case Sizes3:
-        if (size >= uint32_t(row.kind - Sizes1 + 1) || vd < 0 || vm < 0)
+    case Sizes3: // one, two or three sizes from 00
+        if (size > uint32_t(row.kind - Sizes1) || vd < 0 || vm < 0)
             return false;
         emitNeonTwoRegister(op, type, type == Neon::None ? 0 : 8 << size, vd, vm);
         return true;
@@ -140,8 +140,8 @@ bool ARMInstructionSetDecoder::decodeNeonTwoRegister(uint32_t insn)
         }
         return true;
     case Crypto: {
-        // AESE/AESD and AESMC/AESIMC by bit 6; SHA1H, SHA1SU1 and SHA256SU0 (bit 6
-        // set; SHA256SU0 is the row after SHA1SU1).
+        // Bit 6 picks AESD over AESE, AESIMC over AESMC and SHA256SU0 over SHA1SU1;
+        // SHA1H has it set.
         const int qd = neonRegister(true, d), qm = neonRegister(true, m);
         if (qd < 0 || qm < 0 || !neonUnconditionalAllowed())
             return false;

@@ -29,7 +29,13 @@ def _shift_left_type(ours, theirs):
     # VSHL by an immediate is typed .i<size>; objdump writes .s<size>.
     a, b = _split(ours), _split(theirs)
     return (re.fullmatch(r"vshl(\w\w)?\.i(8|16|32|64)", a[0]) is not None and b[0] == a[0].replace(".i", ".s")
-            and len(a[1]) == 3 and a[1][:2] == b[1][:2] and a[1][2].startswith("#"))
+            and len(a[1]) == 3 and len(b[1]) == 3 and a[1][:2] == b[1][:2]
+            and _number(a[1][2]) is not None and _number(a[1][2]) == _number(b[1][2]))
+
+
+def _number(operand):
+    m = re.fullmatch(r"#(0x[0-9a-fA-F]+|\d+)", operand)
+    return int(m.group(1), 0) if m else None
 
 
 CLASSES = [
