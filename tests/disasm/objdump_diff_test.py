@@ -65,7 +65,6 @@ FIXTURES = [
     ("tests/fixtures/disasm/it-blocks.o", "v7M", "armv7-m"),
     ("tests/fixtures/disasm/conditions.o", "v7A", "armv7-a"),
     ("tests/fixtures/disasm/registers.o", "v7A", "armv7-a"),
-    ("tests/fixtures/disasm/vector-neon.o", "-", "armv8.6-a+crypto+fp16+fp16fml"),
 ]
 
 BRANCH = re.compile(r"^(b|bl|blx|bx|cbz|cbnz|bf|bfl|bfx|bflx|bfcsel|wls|wlstp|dls|dlstp|le|letp)"
