@@ -45,7 +45,7 @@ CLASSES = [
      _float_immediate),
     ("VSHL by an immediate as .i",
      "the shift left by an immediate does not depend on signedness and the architecture types it "
-     ".i<size>; objdump writes .s<size> (both assemble to the same word)",
+     ".i<size>, as llvm-mc prints it; objdump writes .s<size> (both assemble to the same word)",
      _shift_left_type),
 ]
 
