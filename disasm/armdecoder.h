@@ -341,7 +341,56 @@ protected:
     // ==== Floating-point and vector forms: registers are VReg values ====
 
     // ---- Advanced SIMD data processing and the cryptographic forms (neon*.cpp) ----
+public:
+    // Operation and type codes of these forms (public for the decoders' tables).
+    struct Neon {
+        // Data types of the suffix: None prints nothing, Plain only the size (".8").
+        enum Type { None, Plain, I, S, U, F, P, Bf };
+        // The operations, one per mnemonic.
+        enum Op {
+            // Three registers of the same length.
+            Vhadd, Vqadd, Vrhadd, Vand, Vbic, Vorr, Vorn, Veor, Vbsl, Vbit, Vbif, Vhsub, Vqsub, Vcgt, Vcge, Vshl,
+            Vqshl, Vrshl, Vqrshl, Vmax, Vmin, Vabd, Vaba, Vadd, Vsub, Vtst, Vceq, Vmla, Vmls, Vmul, Vpmax, Vpmin,
+            Vqdmulh, Vqrdmulh, Vpadd, Vqrdmlah, Vqrdmlsh, Vfma, Vfms, Vacge, Vacgt, Vrecps, Vrsqrts, Vmaxnm,
+            Vminnm, Sha1c, Sha1p, Sha1m, Sha1su0, Sha256h, Sha256h2, Sha256su1,
+            // Three registers of different lengths, and the long forms by a scalar.
+            Vaddl, Vaddw, Vsubl, Vsubw, Vaddhn, Vraddhn, Vsubhn, Vrsubhn, Vabal, Vabdl, Vmlal, Vmlsl, Vqdmlal,
+            Vqdmlsl, Vmull, Vqdmull,
+            // Shifts by an immediate.
+            Vshr, Vsra, Vrshr, Vrsra, Vsri, Vsli, Vqshlu, Vshrn, Vrshrn, Vqshrun, Vqrshrun, Vqshrn, Vqrshrn,
+            Vshll, Vmovl,
+            // Two registers, miscellaneous (VCVT* go to the conversion form).
+            Vrev64, Vrev32, Vrev16, Vpaddl, Vpadal, Vcls, Vclz, Vcnt, Vmvn, Vqabs, Vqneg, Vcle, Vclt, Vabs, Vneg,
+            Vswp, Vtrn, Vuzp, Vzip, Vmovn, Vqmovun, Vqmovn, Vrintn, Vrintx, Vrinta, Vrintz, Vrintm, Vrintp,
+            Vrecpe, Vrsqrte, Aese, Aesd, Aesmc, Aesimc, Sha1h, Sha1su1, Sha256su0,
+            // Conversions.
+            Vcvt, Vcvta, Vcvtn, Vcvtp, Vcvtm,
+            // One register and a modified immediate (Vorr and Vbic above).
+            Vmov,
+            OpCount
+        };
+    };
 
+protected:
+    // The register forms of the three-register groups, with the registers in the
+    // order of their fields (d, n, m); the SHA forms of the same space.
+    virtual void emitNeonThreeRegister(int op, int type, int esize, int vd, int vn, int vm) = 0;
+    // By a scalar: dm[index].
+    virtual void emitNeonScalar(int op, int type, int esize, int vd, int vn, int dm, int index) = 0;
+    // Shifts by an immediate, and VSHLL by the element size; amount as written.
+    virtual void emitNeonShift(int op, int type, int esize, int vd, int vm, int amount) = 0;
+    // The two-register miscellaneous forms; the compares against zero print ", #0".
+    virtual void emitNeonTwoRegister(int op, int type, int esize, int vd, int vm) = 0;
+    // VCVT and VCVTA..VCVTM: destination type and size first; fbits 0 for none.
+    virtual void emitNeonConvert(int op, int toType, int toSize, int fromType, int fromSize, int vd, int vm,
+                                 int fbits) = 0;
+    // VMOV, VMVN, VORR and VBIC with a modified immediate: value is the element
+    // (the whole 64 bits for .i64), imm8 the floating-point immediate's encoding.
+    virtual void emitNeonImmediate(int op, int type, int esize, int vd, uint64_t value, int imm8) = 0;
+    virtual void emitNeonExtract(int vd, int vn, int vm, int imm) = 0;
+    // VTBL/VTBX with the list dn..dn+length-1.
+    virtual void emitNeonTable(bool extension, int vd, int dn, int length, int dm) = 0;
+    virtual void emitNeonDuplicateScalar(int esize, int vd, int dm, int index) = 0;
     // ---- end of Advanced SIMD data processing ----
 
     // ---- Advanced SIMD element and structure loads and stores (neonloadstore.cpp) ----
@@ -476,6 +525,35 @@ private:
     // In the A32 layout: the Thumb encodings are turned into it (111U 1111 becomes
     // 1111 001U); false leaves the encoding undefined.
     bool decodeNeonData(uint32_t insn);
+    bool decodeNeonThreeSame(uint32_t insn);
+    bool decodeNeonThreeDifferent(uint32_t insn);
+    bool decodeNeonScalar(uint32_t insn);
+    bool decodeNeonShift(uint32_t insn);
+    bool decodeNeonTwoRegister(uint32_t insn);
+    bool decodeNeonImmediate(uint32_t insn);
+    bool decodeNeonTableDuplicateExtract(uint32_t insn);
+    // Which Advanced SIMD additions the level has: ARMv8 (VMAXNM, VRINT, VCVTA...,
+    // the cryptographic forms), its v8.1 rounding multiply-accumulates and the
+    // half-precision and BFloat16 arithmetic of the later A-profile versions.
+    bool hasNeonV8() const;
+    bool hasNeonV81() const;
+    bool hasNeonHalf() const;
+    // The ARMv8 forms that the architecture makes unconditional (VMAXNM, VMINNM,
+    // VRINT, VCVTA..VCVTM, AES, SHA): at a level that has them and not inside a
+    // Thumb IT block, where they are unpredictable and the assembler refuses some.
+    bool neonUnconditionalAllowed() const { return hasNeonV8() && !inItBlock(); }
+    // A register of the Advanced SIMD forms from its five-bit number (D:Vd, N:Vn or
+    // M:Vm): a doubleword, or the quadword it starts; -1 for a quadword at an odd
+    // number, which the architecture leaves undefined.
+    static int neonRegister(bool quad, uint32_t number)
+    {
+        if (!quad)
+            return VReg::make(VReg::D, number & 31);
+        return (number & 1) ? -1 : VReg::make(VReg::Q, (number & 31) >> 1);
+    }
+    static uint32_t neonD(uint32_t insn) { return (insn >> 18 & 16) | (insn >> 12 & 15); }
+    static uint32_t neonN(uint32_t insn) { return (insn >> 3 & 16) | (insn >> 16 & 15); }
+    static uint32_t neonM(uint32_t insn) { return (insn >> 1 & 16) | (insn & 15); }
     // ---- end of Advanced SIMD data processing ----
 
     // ---- Advanced SIMD loads and stores (neonloadstore.cpp) ----

@@ -1,6 +1,7 @@
 #include "disasm/armdisassembler.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <set>
@@ -247,6 +248,25 @@ bool emittedSymbol(const ElfSymbol* s)
         return false;
     return s->name.substr(0, 17) != "BuildAttributes$$";
 }
+
+// A floating-point immediate is written with six decimals; the values of the 8-bit
+// immediates are multiples of 1/128, and those that need a seventh decimal
+// (0.1328125 and the like) are rounded in the text, which the assembler refuses.
+bool roundedImmediate(const char* insn)
+{
+    for (const char* hash = strchr(insn, '#'); hash; hash = strchr(hash + 1, '#')) {
+        const char* p = hash + 1 + (hash[1] == '-');
+        const size_t digits = strspn(p, "0123456789");
+        if (!digits || p[digits] != '.' || strspn(p + digits + 1, "0123456789") != 6)
+            continue;
+        // The number is a multiple of 1/128 when 128 times its six decimals is a
+        // multiple of 10^6.
+        const uint64_t fraction = strtoull(p + digits + 1, nullptr, 10);
+        if ((fraction * 128) % 1000000 != 0)
+            return true;
+    }
+    return false;
+}
 } // namespace
 
 void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file) { writeFile(out, file, false); }
@@ -449,8 +469,9 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
             // ADDS/SUBS Rd, Rn, #imm3 with Rd == Rn has a twin with an 8-bit immediate,
             // and the assembler picks the twin: only the raw encoding keeps the bytes.
             const bool twin = thumb && !wide && (first & 0xFC00) == 0x1C00 && (first & 7) == ((first >> 3) & 7);
-            if (twin || strstr(insn, "undefined opcode") || strstr(insn, "???")) {
-                // Encodings without a mnemonic keep their bytes and stay code.
+            if (twin || strstr(insn, "undefined opcode") || strstr(insn, "???") || roundedImmediate(insn)) {
+                // Encodings without a mnemonic, or whose text the assembler would not
+                // read back to them, keep their bytes and stay code.
                 if (!thumb)
                     hexLine("\t.inst 0x", readWord(p), 8, true);
                 else if (wide)

@@ -102,7 +102,18 @@ protected:
     void emitCoprocessorLoadStore(bool two, bool load, bool longForm, int coproc, int crd, int rn, uint32_t imm8,
                                   bool index, bool add, bool writeback) override;
     // ---- Advanced SIMD data processing and the cryptographic forms (armtextprinter_neon*.cpp) ----
-
+    void emitNeonThreeRegister(int op, int type, int esize, int vd, int vn, int vm) override;
+    void emitNeonScalar(int op, int type, int esize, int vd, int vn, int dm, int index) override;
+    void emitNeonShift(int op, int type, int esize, int vd, int vm, int amount) override;
+    void emitNeonTwoRegister(int op, int type, int esize, int vd, int vm) override;
+    void emitNeonConvert(int op, int toType, int toSize, int fromType, int fromSize, int vd, int vm,
+                         int fbits) override;
+    void emitNeonImmediate(int op, int type, int esize, int vd, uint64_t value, int imm8) override;
+    void emitNeonExtract(int vd, int vn, int vm, int imm) override;
+    void emitNeonTable(bool extension, int vd, int dn, int length, int dm) override;
+    void emitNeonDuplicateScalar(int esize, int vd, int dm, int index) override;
+    // The mnemonic of a Neon::Op with its type suffix, and the blank after it.
+    void neonMnemonic(int op, int type, int esize);
     // ---- end of Advanced SIMD data processing ----
 
     // ---- Advanced SIMD loads and stores ----

@@ -41,6 +41,7 @@ FIXTURES = [
     ("tests/fixtures/disasm/it-blocks.o", "armv7-m"),
     ("tests/fixtures/disasm/conditions.o", "armv7-a"),
     ("tests/fixtures/disasm/registers.o", "armv7-a"),
+    ("tests/fixtures/disasm/vector-neon.o", "armv8.6-a+crypto+fp16+fp16fml"),
 ]
 
 # Thumb-2 code: every second member of the ARMv7-M C library.
