@@ -107,13 +107,14 @@ bool ARMInstructionSetDecoder::decodeVectorComplex(uint32_t insn)
             return false;
         if (!(op2 & 2)) {
             // VFMAL/VFMSL by scalar (bit 20 subtracts): D += S * S[x], or Q += D * D[x]
-            // with the scalar from d0..d7.
+            // with the scalar from d0..d7
+            // and its lane M:Vm<3>.
             if (q && (d & 1))
                 return false;
             const int op = bit(insn, 20) ? VectorProduct::Vfmsl : VectorProduct::Vfmal;
             if (q)
                 emitVectorProduct(op, dd, VReg::make(VReg::D, n), VReg::make(VReg::D, bits(insn, 2, 0)),
-                                  int(bit(insn, 3) << 1 | bit(insn, 5)));
+                                  int(bit(insn, 5) << 1 | bit(insn, 3)));
             else
                 emitVectorProduct(op, dd, VReg::make(VReg::S, bits(insn, 19, 16) << 1 | bit(insn, 7)),
                                   VReg::make(VReg::S, bits(insn, 2, 0) << 1 | bit(insn, 5)), int(bit(insn, 3)));
@@ -126,7 +127,7 @@ bool ARMInstructionSetDecoder::decodeVectorComplex(uint32_t insn)
         if (!valid)
             return false;
         emitVectorProduct(q ? VectorProduct::Vfmat : VectorProduct::Vfmab, qd, qn,
-                          VReg::make(VReg::D, bits(insn, 2, 0)), int(bit(insn, 3) << 1 | bit(insn, 5)));
+                          VReg::make(VReg::D, bits(insn, 2, 0)), int(bit(insn, 5) << 1 | bit(insn, 3)));
         return true;
     }
     if (coproc != 13 || !valid)
