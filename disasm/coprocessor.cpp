@@ -43,7 +43,8 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
     // The unconditional encodings are generic but for the data operations of 9 to
     // 11, which belong to the floating-point unit, everything of 9, and the patterns
     // of the ARMv8 vector forms in 8, 12 and 13 at the levels that have them. At
-    // v8.1-M the M-profile vector extension keeps the whole of 8, 12 and 13.
+    // v8.1-M the M-profile vector extension keeps 8 (its VCADD and VCMLA stand
+    // there) but for the two-register transfers; 12 and 13 are generic.
     // The assembler takes the offsets of coprocessor 9's loads and stores in
     // halfwords (the half-precision unit's), whatever the encoding.
     // Of the two-register transfers, only the pattern of VMOV between two core
@@ -58,7 +59,7 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
     // In Thumb the whole of coprocessor 9 stays with the vector forms.
     const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
                                     coproc == 9 ||
-                                    ((coproc & 0xA) == 8 && (hasV8VectorForms() ? armVectorForm(insn) : hasV81M())))
+                                    ((coproc & 0xA) == 8 && (hasV8VectorForms() ? armVectorForm(insn) : hasV81M() && coproc == 8 && !pair)))
                                  : (coproc >= 9 && coproc <= 11 && (!pair || vectorPair) && !generic9);
     if (vectorSpace || (two && !hasV5())) {
         emitUndefined();

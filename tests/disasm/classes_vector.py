@@ -3,7 +3,9 @@ and structure loads and stores, the ARMv8 complex-number, dot-product, BFloat16 
 Int8 matrix forms, and HLT.
 
 Each entry is (name, reason, test); test(ours, theirs) gets our text and objdump's
-raw text and is true only for that precise difference.
+raw text and is true only for that precise difference. LEVEL_CLASSES hold only in
+runs at a level that lacks the ARMv8.x vector forms (ARMv7, ARMv8-R, the M
+profile), where the same texts would be faults at the levels that have them.
 """
 import os
 import re
@@ -42,4 +44,21 @@ CLASSES = [
      "the element and structure loads and stores print every register of their list (\"{ d0, d1, d2, d3 }\", "
      "\"{ d0[], d1[] }\"), objdump a range (\"{d0-d3}\", \"{d0[]-d1[]}\"); the assembler takes both to the "
      "same bytes", written_out_list),
+]
+
+
+_GENERIC = re.compile(r"^(cdp2|mcr2|mrc2|mcrr2|mrrc2|ldc2l?|stc2l?) p(8|12|13), ")
+_UNGATED = re.compile(r"^v(sdot|udot|usdot|sudot|dot|mmla|smmla|ummla|usmmla|fmab|fmat|fmal|fmsl)"
+                      r"(eq|ne|cs|cc|mi|pl|vs|vc|hi|ls|ge|lt|gt|le)?\.")
+
+
+def ungated_vector_form(ours, theirs):
+    return _GENERIC.match(ours) is not None and _UNGATED.match(theirs.strip()) is not None
+
+
+LEVEL_CLASSES = [
+    ("ARMv8.x vector form at a level without it",
+     "objdump reads the dot products, the BFloat16 and Int8 matrix forms (and at v8.1-M VFMAL/VFMSL) at "
+     "every machine; a level without them has the generic coprocessor form there, which the assembler for "
+     "that architecture writes to the same bytes", ungated_vector_form),
 ]

@@ -143,8 +143,12 @@ TEST(VectorComplex, LevelsWithoutTheFormsReadTheGenericTransfers)
         EXPECT_EQ(thumb(0xFCA10802, level), "stc2 p8, c0, [r1], #8") << level;
     }
     EXPECT_EQ(thumb(0xFCA10802, ArmLevel::V8MMainline), "stc2 p8, c0, [r1], #8");
-    // At v8.1-M the M-profile vector extension holds this space.
-    EXPECT_EQ(thumb(0xFE100C00, ArmLevel::V81MMainline), "undefined opcode");
+    // At v8.1-M the M-profile vector extension holds coprocessor 8's space; 12 and
+    // 13 stay generic.
+    EXPECT_EQ(thumb(0xFE100800, ArmLevel::V81MMainline), "undefined opcode");
+    EXPECT_EQ(thumb(0xFE100C00, ArmLevel::V81MMainline), "cdp2 p12, 1, c0, c0, c0, 0");
+    // (objdump -m armv8.1-m.main reads VSDOT here, which that assembler refuses.)
+    EXPECT_EQ(thumb(0xFC220D04, ArmLevel::V81MMainline), "stc2 p13, c0, [r2], #-16");
 }
 
 TEST(VectorComplex, ConditionOfAnItBlockGoesBeforeTheSuffix)
