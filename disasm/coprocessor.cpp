@@ -56,10 +56,10 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
     // (objdump reads its other conditional forms as undefined).
     const bool flagsRead = bits(insn, 27, 24) == 0xE && bit(insn, 4) && bit(insn, 20) && bits(insn, 15, 12) == 15;
     const bool generic9 = coproc == 9 && (pair || (flagsRead && isArm));
+    const bool vectorPattern = hasV8VectorForms() ? armVectorForm(insn) : hasV81M() && coproc == 8 && !pair;
     // In Thumb the whole of coprocessor 9 stays with the vector forms.
     const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
-                                    coproc == 9 ||
-                                    ((coproc & 0xA) == 8 && (hasV8VectorForms() ? armVectorForm(insn) : hasV81M() && coproc == 8 && !pair)))
+                                    coproc == 9 || ((coproc & 0xA) == 8 && vectorPattern))
                                  : (coproc >= 9 && coproc <= 11 && (!pair || vectorPair) && !generic9);
     if (vectorSpace || (two && !hasV5())) {
         emitUndefined();

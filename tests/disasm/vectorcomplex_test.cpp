@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "disasm/armdisassembler.h"
 
@@ -44,8 +45,8 @@ std::string thumbCode(const std::vector<uint16_t>& halves, uint32_t level)
     std::string out;
     for (uint32_t at = 0; at < bytes.size();) {
         char text[160];
-        const uint32_t n =
-            d.disassembleInstruction(at, bytes.data() + at, true, text, sizeof text, uint32_t(bytes.size() - at), nullptr);
+        const uint32_t left = uint32_t(bytes.size() - at);
+        const uint32_t n = d.disassembleInstruction(at, bytes.data() + at, true, text, sizeof text, left, nullptr);
         if (!n)
             break;
         out += std::string(text + 12) + ";";
@@ -143,9 +144,10 @@ TEST(VectorComplex, LevelsWithoutTheFormsReadTheGenericTransfers)
         EXPECT_EQ(thumb(0xFCA10802, level), "stc2 p8, c0, [r1], #8") << level;
     }
     EXPECT_EQ(thumb(0xFCA10802, ArmLevel::V8MMainline), "stc2 p8, c0, [r1], #8");
-    // At v8.1-M the M-profile vector extension holds coprocessor 8's space; 12 and
-    // 13 stay generic.
+    // At v8.1-M the M-profile vector extension holds coprocessor 8's space but for
+    // the two-register transfers; 12 and 13 stay generic.
     EXPECT_EQ(thumb(0xFE100800, ArmLevel::V81MMainline), "undefined opcode");
+    EXPECT_EQ(thumb(0xFC520804, ArmLevel::V81MMainline), "mrrc2 p8, 0, r0, r2, c4");
     EXPECT_EQ(thumb(0xFE100C00, ArmLevel::V81MMainline), "cdp2 p12, 1, c0, c0, c0, 0");
     // (objdump -m armv8.1-m.main reads VSDOT here, which that assembler refuses.)
     EXPECT_EQ(thumb(0xFC220D04, ArmLevel::V81MMainline), "stc2 p13, c0, [r2], #-16");
