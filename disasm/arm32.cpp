@@ -331,6 +331,11 @@ void ARMInstructionSetDecoder::decodeArmMisc(uint32_t insn)
         emitCountLeadingZeros(int(bits(insn, 15, 12)), rm);
         return;
     }
+    // HLT (ARMv8 A and R profiles), never conditional.
+    if (op == 0 && op2 == 7 && condition < 0 && hasV8ApplicationOrRealTime()) {
+        emitExceptionCall(T32::Hlt, (bits(insn, 19, 8) << 4) | bits(insn, 3, 0));
+        return;
+    }
     if (op == 1 && op2 == 7 && condition < 0 && hasV5()) {
         emitImmediateOnly(T16::Bkpt, (bits(insn, 19, 8) << 4) | bits(insn, 3, 0));
         return;

@@ -159,7 +159,7 @@ enum V8Op { Vsel, Vmaxnm, Vminnm, Vrinta, Vrintn, Vrintp, Vrintm, Vcvta, Vcvtn, 
 namespace T32 {
 // Forms printed by name alone.
 enum Plain { Sg = 0, Clrex, Lctp, Ssbb, Pssbb, Sb, Eret };
-enum CallOp { Smc = 0, Hvc = 1, Udf = 2 };
+enum CallOp { Smc = 0, Hvc = 1, Udf = 2, Hlt = 3 };
 enum PreloadKind { Pld = 0, Pldw = 1, Pli = 2 };
 enum LoopOp { Wls = 0, Dls, Le, LeNoLr, Letp, Wlstp, Dlstp, Vctp };
 enum FutureOp { Bf = 0, Bfl, Bfx, Bflx, Bfcsel };
@@ -394,11 +394,29 @@ protected:
     // ---- end of Advanced SIMD data processing ----
 
     // ---- Advanced SIMD element and structure loads and stores (neonloadstore.cpp) ----
-
+    // How the elements map onto the registers: whole structures (VLDn/VSTn multiple),
+    // one structure copied to every lane ("d0[]"), or one structure in one lane ("d0[1]").
+    struct NeonStructure {
+        enum Kind { Multiple, AllLanes, OneLane };
+    };
+    // VLD1..VLD4 and VST1..VST4: `structures` the n of the mnemonic, `esize` the element
+    // size in bits, the registers `first`, first + spacing, ... (`count` of them, D numbers),
+    // `index` the lane of OneLane, `alignment` in bits (0: none), `rm` 15 for no
+    // writeback, 13 for "!", else the post-index register.
+    virtual void emitNeonLoadStore(bool load, int kind, int structures, int esize, int first, int count,
+                                   int spacing, int index, int alignment, int rn, int rm) = 0;
     // ---- end of Advanced SIMD loads and stores ----
 
     // ---- The ARMv8 complex-number, dot-product, matrix and BFloat16 forms (vectorcomplex.cpp) ----
-
+    struct VectorProduct {
+        enum Op { Vfmal, Vfmsl, Vfmab, Vfmat, Vdot, Vsdot, Vudot, Vusdot, Vsudot, Vmmla, Vsmmla, Vummla, Vusmmla };
+    };
+    // VCMLA (add false) and VCADD (add true): esize 16 or 32, rotation in degrees; vm a
+    // scalar's D register with `index` its lane, or index -1 for the vector form.
+    virtual void emitVectorComplex(bool add, int esize, int vd, int vn, int vm, int index, int rotation) = 0;
+    // The widening multiply-accumulates, dot products and matrix multiplies
+    // (VectorProduct::Op); index -1 for the vector form, else vm's lane.
+    virtual void emitVectorProduct(int op, int vd, int vn, int vm, int index) = 0;
     // ---- end of the ARMv8 vector forms ----
 
     // ---- Floating-point forms (vfpdata.cpp, vfptransfer.cpp); size is a Vfp::Size ----
@@ -565,6 +583,14 @@ private:
     // The unconditional encodings of coprocessors 8, 12 and 13 (bits 27..0 alike in
     // A32 and Thumb); false leaves them to the generic forms.
     bool decodeVectorComplex(uint32_t insn);
+    // The ARMv8-A and ARMv8-R levels (and Any): HLT.
+    bool hasV8ApplicationOrRealTime() const
+    {
+        return architecture == ArmLevel::Any || architecture == ArmLevel::V8A || architecture == ArmLevel::V8R;
+    }
+    // The ARMv8.x vector forms: ARMv8-A only (and Any); v8-R and the older levels
+    // keep these encodings generic.
+    bool hasV8VectorForms() const { return architecture == ArmLevel::Any || architecture == ArmLevel::V8A; }
     // ---- end of the ARMv8 vector forms ----
 
     // ---- The M-profile vector extension (mve*.cpp) ----

@@ -117,11 +117,13 @@ protected:
     // ---- end of Advanced SIMD data processing ----
 
     // ---- Advanced SIMD loads and stores ----
-
+    void emitNeonLoadStore(bool load, int kind, int structures, int esize, int first, int count, int spacing,
+                           int index, int alignment, int rn, int rm) override;
     // ---- end of Advanced SIMD loads and stores ----
 
     // ---- The ARMv8 complex-number, dot-product, matrix and BFloat16 forms ----
-
+    void emitVectorComplex(bool add, int esize, int vd, int vn, int vm, int index, int rotation) override;
+    void emitVectorProduct(int op, int vd, int vn, int vm, int index) override;
     // ---- end of the ARMv8 vector forms ----
 
     // ---- Floating-point forms (armtextprinter_vfp.cpp) ----

@@ -109,9 +109,9 @@ void ARMInstructionSetDisassembler::emitExceptionCall(int op, uint32_t imm)
         // assembler writes it with its condition.
         mnemonic(op == T32::Smc ? "smc" : "hvc");
     } else {
-        // HVC (in Thumb) and UDF are never conditional.
+        // HVC (in Thumb), HLT and UDF are never conditional.
         advanceItState();
-        put(op == T32::Hvc ? "hvc" : "udf");
+        put(op == T32::Hvc ? "hvc" : op == T32::Hlt ? "hlt" : "udf");
         if (op == T32::Udf && !isArm)
             put(".w");
     }

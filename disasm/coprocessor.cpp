@@ -9,10 +9,13 @@ using ArmBits::bits;
 
 namespace {
 // The ARMv8 vector forms (complex numbers, half-precision and BFloat16 multiply-
-// accumulates, dot products, matrix multiplies) in the unconditional A32 encodings of
-// coprocessors 8, 12 and 13: one hex digit for each value of bits 27..20 from 0xC0
-// to 0xEF, its bit (bit 6 * 2 + bit 4) set where the form is a vector one. The rest
-// of those coprocessors' space stays generic.
+// accumulates, dot products, matrix multiplies) in the unconditional encodings of
+// coprocessors 8, 12 and 13, A32 and Thumb alike: one hex digit for each value of
+// bits 27..20 from 0xC0 to 0xEF, its bit (bit 6 * 2 + bit 4) set where the pattern
+// is a vector one. The rest of those coprocessors' space stays generic. The vector
+// patterns that no form fills (odd registers of a quadword form, and the dot
+// products by element of coprocessor 13 with op2 11 or op1 set, which objdump
+// reads as VSDOT/VUDOT though the assembler writes those elsewhere) stay undefined.
 const char* const kVectorSpace8 = "00FF00FF55F555F50055005555555555FF5FFF5F55555555";
 const char* const kVectorSpace12 = "40C040C00040004000000000000000000000000000000000";
 const char* const kVectorSpace13 = "50F050F000500050000000000000000050FF50FFF0FFF0FF";
@@ -38,9 +41,10 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
     if (two && (coproc == 8 || coproc == 12 || coproc == 13) && decodeVectorComplex(insn))
         return;
     // The unconditional encodings are generic but for the data operations of 9 to
-    // 11, which belong to the floating-point unit, and everything of 8, 9, 12 and
-    // 13: the vector extensions of ARMv8 (complex numbers, dot products, matrices)
-    // took those, and readers of older code take them so too.
+    // 11, which belong to the floating-point unit, everything of 9, and the patterns
+    // of the ARMv8 vector forms in 8, 12 and 13 at the levels that have them. At
+    // v8.1-M the M-profile vector extension keeps 8 (its VCADD and VCMLA stand
+    // there) but for the two-register transfers; 12 and 13 are generic.
     // The assembler takes the offsets of coprocessor 9's loads and stores in
     // halfwords (the half-precision unit's), whatever the encoding.
     // Of the two-register transfers, only the pattern of VMOV between two core
@@ -52,9 +56,10 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
     // (objdump reads its other conditional forms as undefined).
     const bool flagsRead = bits(insn, 27, 24) == 0xE && bit(insn, 4) && bit(insn, 20) && bits(insn, 15, 12) == 15;
     const bool generic9 = coproc == 9 && (pair || (flagsRead && isArm));
-    // In Thumb the whole of coprocessors 8, 9, 12 and 13 stays with the vector forms.
+    const bool vectorPattern = hasV8VectorForms() ? armVectorForm(insn) : hasV81M() && coproc == 8 && !pair;
+    // In Thumb the whole of coprocessor 9 stays with the vector forms.
     const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
-                                    coproc == 9 || ((coproc & 0xA) == 8 && (!isArm || armVectorForm(insn))))
+                                    coproc == 9 || ((coproc & 0xA) == 8 && vectorPattern))
                                  : (coproc >= 9 && coproc <= 11 && (!pair || vectorPair) && !generic9);
     if (vectorSpace || (two && !hasV5())) {
         emitUndefined();

@@ -148,7 +148,10 @@ void ARMInstructionSetDecoder::decodeThumb16Misc(uint32_t insn)
         }
         return;
     case 0xA:
-        if (hasV6())
+        // 1011 1010 10: HLT from ARMv8 (A and R profiles); before, the reserved pattern.
+        if (bits(insn, 7, 6) == 2 && hasV8ApplicationOrRealTime())
+            emitExceptionCall(T32::Hlt, bits(insn, 5, 0));
+        else if (hasV6())
             emitReverse(int(bits(insn, 7, 6)), int(bits(insn, 2, 0)), int(bits(insn, 5, 3)));
         else
             emitUndefined();

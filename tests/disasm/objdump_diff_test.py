@@ -83,6 +83,8 @@ FIXTURES = [
     ("tests/fixtures/disasm/it-blocks.o", "v7M", "armv7-m"),
     ("tests/fixtures/disasm/conditions.o", "v7A", "armv7-a"),
     ("tests/fixtures/disasm/registers.o", "v7A", "armv7-a"),
+    ("tests/fixtures/disasm/vector-neon-memory.o", "v7A", "armv7-a -mfpu=neon"),
+    ("tests/fixtures/disasm/vector-dot.o", "v8A", "armv8.6-a+crypto+fp16+fp16fml+i8mm"),
 ]
 
 BRANCH = re.compile(r"^(b|bl|blx|bx|cbz|cbnz|bf|bfl|bfx|bflx|bfcsel|wls|wlstp|dls|dlstp|le|letp)"

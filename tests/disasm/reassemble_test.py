@@ -42,6 +42,8 @@ FIXTURES = [
     ("tests/fixtures/disasm/conditions.o", "armv7-a"),
     ("tests/fixtures/disasm/registers.o", "armv7-a"),
     ("tests/fixtures/disasm/vector-neon.o", "armv8.6-a+crypto+fp16+fp16fml"),
+    ("tests/fixtures/disasm/vector-neon-memory.o", "armv7-a -mfpu=neon"),
+    ("tests/fixtures/disasm/vector-dot.o", "armv8.6-a+crypto+fp16+fp16fml+i8mm"),
 ]
 
 # Thumb-2 code: every second member of the ARMv7-M C library.
