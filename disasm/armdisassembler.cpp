@@ -449,7 +449,8 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
             // ADDS/SUBS Rd, Rn, #imm3 with Rd == Rn has a twin with an 8-bit immediate,
             // and the assembler picks the twin: only the raw encoding keeps the bytes.
             const bool twin = thumb && !wide && (first & 0xFC00) == 0x1C00 && (first & 7) == ((first >> 3) & 7);
-            if (twin || strstr(insn, "undefined opcode") || strstr(insn, "???")) {
+            // "??" and "???" stand for reserved element sizes, which no assembler takes.
+            if (twin || strstr(insn, "undefined opcode") || strstr(insn, "??")) {
                 // Encodings without a mnemonic keep their bytes and stay code.
                 if (!thumb)
                     hexLine("\t.inst 0x", readWord(p), 8, true);
