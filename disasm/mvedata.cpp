@@ -66,11 +66,22 @@ enum Types : uint8_t {
     ModifiedType,
 };
 
+// Registers that may not be the destination: the forms whose results are written
+// while their sources are still read (32-bit elements, or the 64-bit reversal).
+enum Overlap : uint8_t {
+    AnyOverlap,
+    WideApart,   // 32-bit elements: qd differs from qn and qm
+    WideApartM,  // 32-bit elements: qd differs from qm
+    WideApartN,  // 32-bit elements: qd differs from qn
+    ApartM,      // qd differs from qm
+};
+
 struct Row {
     uint32_t mask, value;
     const char* name;
     Fields fields;
     Types types;
+    Overlap overlap;
 };
 
 constexpr uint32_t U = 1u << 28, SZ = 3u << 20, S18 = 3u << 18, QN = 7u << 17, QD = 7u << 13, QM = 7u << 1,
@@ -78,9 +89,10 @@ constexpr uint32_t U = 1u << 28, SZ = 3u << 20, S18 = 3u << 18, QN = 7u << 17, Q
                    B18 = 1u << 18, B20 = 1u << 20, B24 = 1u << 24, IMM6 = 0x3Fu << 16, IMM5 = 0x1Fu << 16,
                    RDA4 = 0xFu << 12, RDAHI = 7u << 20, MODIMM = U | 7u << 16 | QD | 0xFu;
 
-constexpr Row row(uint32_t value, uint32_t variable, const char* name, Fields fields, Types types)
+constexpr Row row(uint32_t value, uint32_t variable, const char* name, Fields fields, Types types,
+                  Overlap overlap = AnyOverlap)
 {
-    return Row{~variable, value, name, fields, types};
+    return Row{~variable, value, name, fields, types, overlap};
 }
 
 constexpr Row kRows[] = {
@@ -116,7 +128,7 @@ constexpr Row kRows[] = {
     row(0xFF000F50, B20 | QN | QD | QM, "vmaxnm", QdQnQm, Float20),
     row(0xFF200F50, B20 | QN | QD | QM, "vminnm", QdQnQm, Float20),
     // Two registers, miscellaneous (1111 1111 1 D 11 size A Qd 0 B Q M 0 Qm).
-    row(0xFFB00040, S18 | QD | QM, "vrev64", QdQm, Plain18),
+    row(0xFFB00040, S18 | QD | QM, "vrev64", QdQm, Plain18, ApartM),
     row(0xFFB000C0, S18 | QD | QM, "vrev32", QdQm, Plain18Two),
     row(0xFFB00140, S18 | QD | QM, "vrev16", QdQm, Plain18One),
     row(0xFFB00440, S18 | QD | QM, "vcls", QdQm, Signed18),
@@ -164,16 +176,16 @@ constexpr Row kRows[] = {
     row(0xEF800750, U | IMM6 | QD | QM, "vqshl", ShiftLeft, ShiftSignedUnsigned),
     row(0xEF800C50, U | IMM6 | 3u << 8 | QD | QM, "vcvt", FixedPoint, Fixed),
     // Complex floating point (1111 110 rot 1 D 0 S Qn 0 | Qd 0 1000 N 1 M 0 Qm 0).
-    row(0xFC800840, B24 | B20 | QN | QD | QM, "vcadd", RotateCadd, FloatWide20),
-    row(0xFC200840, 3u << 23 | B20 | QN | QD | QM, "vcmla", RotateCmla, FloatWide20),
+    row(0xFC800840, B24 | B20 | QN | QD | QM, "vcadd", RotateCadd, FloatWide20, WideApartM),
+    row(0xFC200840, 3u << 23 | B20 | QN | QD | QM, "vcmla", RotateCmla, FloatWide20, WideApart),
     // Vector by vector (111U 1110 0 D size Qn x | Qd x 111x 0 N 0 M 0 Qm x).
     row(0xEE310E00, U | QN | QD | QM, "vmullb", QdQnQm, Polynomial28),
     row(0xEE311E00, U | QN | QD | QM, "vmullt", QdQnQm, Polynomial28),
-    row(0xEE010E00, U | SZ | QN | QD | QM, "vmullb", QdQnQm, SignedUnsigned20),
-    row(0xEE011E00, U | SZ | QN | QD | QM, "vmullt", QdQnQm, SignedUnsigned20),
+    row(0xEE010E00, U | SZ | QN | QD | QM, "vmullb", QdQnQm, SignedUnsigned20, WideApart),
+    row(0xEE011E00, U | SZ | QN | QD | QM, "vmullt", QdQnQm, SignedUnsigned20, WideApart),
     row(0xEE010E01, U | SZ | QN | QD | QM, "vmulh", QdQnQm, SignedUnsigned20),
     row(0xEE011E01, U | SZ | QN | QD | QM, "vrmulh", QdQnQm, SignedUnsigned20),
-    row(0xEE300E00, U | B12 | B0 | QN | QD | QM, "vcmul", RotateCmul, FloatWide28),
+    row(0xEE300E00, U | B12 | B0 | QN | QD | QM, "vcmul", RotateCmul, FloatWide28, WideApart),
     row(0xEE000E00, SZ | QN | QD | QM, "vqdmladh", QdQnQm, Signed20),
     row(0xEE001E00, SZ | QN | QD | QM, "vqdmladhx", QdQnQm, Signed20),
     row(0xEE000E01, SZ | QN | QD | QM, "vqrdmladh", QdQnQm, Signed20),
@@ -186,10 +198,10 @@ constexpr Row kRows[] = {
     row(0xEE301F00, QN | QD | QM, "vadci", QdQnQm, Integer32),
     row(0xFE300F00, QN | QD | QM, "vsbc", QdQnQm, Integer32),
     row(0xFE301F00, QN | QD | QM, "vsbci", QdQnQm, Integer32),
-    row(0xFE000F00, SZ | B12 | QN | QD | QM, "vcadd", RotateOne, Integer20),
-    row(0xEE000F00, SZ | B12 | QN | QD | QM, "vhcadd", RotateOne, Signed20),
-    row(0xEE300F01, U | QN | QD | QM, "vqdmullb", QdQnQm, Signed28),
-    row(0xEE301F01, U | QN | QD | QM, "vqdmullt", QdQnQm, Signed28),
+    row(0xFE000F00, SZ | B12 | QN | QD | QM, "vcadd", RotateOne, Integer20, WideApartM),
+    row(0xEE000F00, SZ | B12 | QN | QD | QM, "vhcadd", RotateOne, Signed20, WideApartM),
+    row(0xEE300F01, U | QN | QD | QM, "vqdmullb", QdQnQm, Signed28, WideApart),
+    row(0xEE301F01, U | QN | QD | QM, "vqdmullt", QdQnQm, Signed28, WideApart),
     // Vector by core register (111U 1110 0 D size Qn x | Qd x 111x 0 1 x 0 Rm).
     row(0xEE300F40, U | QN | QD | RM, "vadd", QdQnRm, Float28),
     row(0xEE301F40, U | QN | QD | RM, "vsub", QdQnRm, Float28),
@@ -199,8 +211,8 @@ constexpr Row kRows[] = {
     row(0xEE001F40, U | SZ | QN | QD | RM, "vhsub", QdQnRm, SignedUnsigned20),
     row(0xEE000F60, U | SZ | QN | QD | RM, "vqadd", QdQnRm, SignedUnsigned20),
     row(0xEE001F60, U | SZ | QN | QD | RM, "vqsub", QdQnRm, SignedUnsigned20),
-    row(0xEE300F60, U | QN | QD | RM, "vqdmullb", QdQnRm, Signed28),
-    row(0xEE301F60, U | QN | QD | RM, "vqdmullt", QdQnRm, Signed28),
+    row(0xEE300F60, U | QN | QD | RM, "vqdmullb", QdQnRm, Signed28, WideApartN),
+    row(0xEE301F60, U | QN | QD | RM, "vqdmullt", QdQnRm, Signed28, WideApartN),
     row(0xEE310E60, U | QN | QD | RM, "vmul", QdQnRm, Float28),
     row(0xEE310E40, U | QN | QD | RM, "vfma", QdQnRm, Float28),
     row(0xEE311E40, U | QN | QD | RM, "vfmas", QdQnRm, Float28),
@@ -546,7 +558,7 @@ bool operands(Fields fields, uint32_t insn, ARMInstructionSetDecoder::MveOperati
     }
     case RdaPairQm: {
         const int hi = int(bits(insn, 22, 20) << 1 | 1);
-        return hi != 15 && take(int(bits(insn, 15, 13) << 1), hi, qm);
+        return hi != 13 && hi != 15 && take(int(bits(insn, 15, 13) << 1), hi, qm);
     }
     case RdaQnQm:
         return take(int(bits(insn, 15, 13) << 1), qn, qm);
@@ -556,13 +568,13 @@ bool operands(Fields fields, uint32_t insn, ARMInstructionSetDecoder::MveOperati
     }
     case RdaPairQnQm: {
         const int hi = int(bits(insn, 22, 20) << 1 | 1);
-        return hi != 15 && take(int(bits(insn, 15, 13) << 1), hi, qn, qm);
+        return hi != 13 && hi != 15 && take(int(bits(insn, 15, 13) << 1), hi, qn, qm);
     }
     case Increment:
         return take(qd, int(bits(insn, 19, 17) << 1)) && withImmediate(1u << (bit(insn, 7) << 1 | bit(insn, 0)));
     case WrapIncrement: {
         const int rmOdd = int(bits(insn, 3, 1) << 1 | 1);
-        return rmOdd != 15 && take(qd, int(bits(insn, 19, 17) << 1), rmOdd) &&
+        return rmOdd != 13 && rmOdd != 15 && take(qd, int(bits(insn, 19, 17) << 1), rmOdd) &&
                withImmediate(1u << (bit(insn, 7) << 1 | bit(insn, 0)));
     }
     case NoOperands:
@@ -570,6 +582,24 @@ bool operands(Fields fields, uint32_t insn, ARMInstructionSetDecoder::MveOperati
         return true;
     }
     return false;
+}
+bool apart(Overlap overlap, const ARMInstructionSetDecoder::MveOperation& op)
+{
+    const int qd = op.operands[0], qn = op.operands[1], qm = op.operands[2];
+    const bool wide = op.bits == 32;
+    switch (overlap) {
+    case AnyOverlap:
+        return true;
+    case WideApart:
+        return !wide || (qd != qn && qd != qm);
+    case WideApartM:
+        return !wide || qd != qm;
+    case WideApartN:
+        return !wide || qd != qn;
+    case ApartM:
+        return qd != op.operands[1];
+    }
+    return true;
 }
 } // namespace
 
@@ -580,7 +610,7 @@ bool ARMInstructionSetDecoder::decodeMveData(uint32_t insn)
             continue;
         MveOperation op;
         op.name = r.name;
-        if (!elementType(r.types, insn, op) || !operands(r.fields, insn, op))
+        if (!elementType(r.types, insn, op) || !operands(r.fields, insn, op) || !apart(r.overlap, op))
             continue;
         emitMveData(op);
         return true;

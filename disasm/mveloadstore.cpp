@@ -34,7 +34,7 @@ bool ARMInstructionSetDecoder::decodeMveLoadStore(uint32_t insn)
         // Contiguous, same size: 1110 110P A 0 W L Rn | Qd 1 1111 size imm7.
         const uint32_t size = bits(insn, 8, 7);
         const int rn = int(bits(insn, 19, 16));
-        if (size == 3 || (!index && !writeback) || rn == 15 || (!add && imm7 == 0))
+        if (size == 3 || (!index && !writeback) || rn == 15 || (writeback && rn == 13) || (!add && imm7 == 0))
             return false;
         const int esize = 8 << size;
         // The loads print the unsigned type, as the listings of the toolchain do:
@@ -52,8 +52,12 @@ bool ARMInstructionSetDecoder::decodeMveLoadStore(uint32_t insn)
             const uint32_t msize = bit(insn, 6) << 1 | bit(insn, 4);
             const int rn = int(bits(insn, 19, 16));
             const bool scaled = bit(insn, 0);
-            if (bit(insn, 5) || msize > size || (msize == 0 && scaled) || rn == 15 || (!load && isUnsigned) ||
-                (size != msize && msize >= 2))
+            // Bytes widen to any element, halfwords to 16 or 32 bits; words and
+            // doublewords fill their elements. A load may not use its offset
+            // vector as destination.
+            const bool sizes = msize < 2 ? msize <= size && size < 3 : size == msize;
+            if (bit(insn, 5) || !sizes || (msize == 0 && scaled) || rn == 15 || (!load && isUnsigned) ||
+                (load && bits(insn, 15, 13) == bits(insn, 3, 1)))
                 return false;
             const int memoryBits = kGatherBits[msize], elementBits = 8 << size;
             emitMveLoadStore(load, memoryBits, load ? (isUnsigned ? "u" : "s") : "", elementBits, qd, rn,
@@ -65,7 +69,7 @@ bool ARMInstructionSetDecoder::decodeMveLoadStore(uint32_t insn)
         const bool half = bit(insn, 19);
         const int rn = int(bits(insn, 18, 16));
         if ((!index && !writeback) || size == 0 || size == 3 || (half && size != 2) || (!load && isUnsigned) ||
-            (!add && imm7 == 0))
+            (!add && imm7 == 0) || (writeback && rn == 13))
             return false;
         const int memoryBits = half ? 16 : 8;
         const int32_t offset = int32_t(imm7 << (half ? 1 : 0));
@@ -75,7 +79,7 @@ bool ARMInstructionSetDecoder::decodeMveLoadStore(uint32_t insn)
     }
     if (index) {
         // Vector base: 1111 1101 A 0 W L Qm 0 | Qd 1 111 double 0 imm7.
-        if (bit(insn, 16) || bit(insn, 7) || (!add && imm7 == 0))
+        if (bit(insn, 16) || bit(insn, 7) || (!add && imm7 == 0) || (load && bits(insn, 15, 13) == bits(insn, 19, 17)))
             return false;
         const bool isDouble = bit(insn, 8);
         const int32_t offset = int32_t(imm7 << (isDouble ? 3 : 2));
@@ -90,7 +94,7 @@ bool ARMInstructionSetDecoder::decodeMveLoadStore(uint32_t insn)
     const bool four = bit(insn, 0);
     const int stage = int(bits(insn, 6, 5));
     const int last = int(bits(insn, 15, 13)) + (four ? 3 : 1);
-    if (rn == 15 || (!four && stage > 1) || last > 7)
+    if (rn == 15 || (rn == 13 && writeback) || (!four && stage > 1) || last > 7)
         return false;
     emitMveInterleave(load, four ? 4 : 2, stage, int(bits(insn, 8, 7)), qd, rn, writeback);
     return true;
