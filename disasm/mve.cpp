@@ -5,20 +5,36 @@
 // lane moves and most data processing, 1111 the forms laid out as Advanced SIMD.
 #include "disasm/armdecoder.h"
 
+using ArmBits::bit;
 using ArmBits::bits;
 
 bool ARMInstructionSetDecoder::decodeMve(uint32_t first, uint32_t second)
 {
     const uint32_t insn = first << 16 | second;
+    bool decoded = false;
     switch (bits(first, 11, 8)) {
     case 0xC:
     case 0xD:
-        return decodeMveLoadStore(insn) || decodeMveData(insn);
+        decoded = decodeMveLoadStore(insn) || decodeMveData(insn);
+        break;
     case 0xE:
-        return decodeMvePredicate(insn) || decodeMveTransfer(insn) || decodeMveData(insn);
-    case 0xF:
-        return decodeMveData(insn);
+        decoded = decodeMvePredicate(insn) || decodeMveTransfer(insn) || decodeMveData(insn);
+        break;
     default:
-        return false;
+        decoded = decodeMveData(insn);
+        break;
     }
+    if (decoded)
+        return true;
+    // The extension takes the Advanced SIMD space whole (the M profile has no other
+    // use for it) and, among the unconditional coprocessor encodings, those of
+    // coprocessors 14 and 15 but the two-register transfers: what it leaves there is
+    // undefined, not a generic coprocessor form.
+    const bool simdSpace = bits(first, 11, 8) == 0xF;
+    const bool extensionSpace = bit(first, 12) && bits(second, 11, 9) == 7 && (first & 0xFFE0) != 0xFC40;
+    if (simdSpace || extensionSpace) {
+        emitUndefined();
+        return true;
+    }
+    return false;
 }

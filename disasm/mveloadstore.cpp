@@ -56,8 +56,9 @@ bool ARMInstructionSetDecoder::decodeMveLoadStore(uint32_t insn)
             // doublewords fill their elements. A load may not use its offset
             // vector as destination.
             const bool sizes = msize < 2 ? msize <= size && size < 3 : size == msize;
+            // A load as wide as its elements has only the unsigned form.
             if (bit(insn, 5) || !sizes || (msize == 0 && scaled) || rn == 15 || (!load && isUnsigned) ||
-                (load && bits(insn, 15, 13) == bits(insn, 3, 1)))
+                (load && bits(insn, 15, 13) == bits(insn, 3, 1)) || (load && msize == size && !isUnsigned))
                 return false;
             const int memoryBits = kGatherBits[msize], elementBits = 8 << size;
             emitMveLoadStore(load, memoryBits, load ? (isUnsigned ? "u" : "s") : "", elementBits, qd, rn,

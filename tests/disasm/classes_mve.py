@@ -28,11 +28,12 @@ def float_immediate(ours, theirs):
 
 
 def saturating_abs_neg_register(ours, theirs):
-    # objdump prints VQABS and VQNEG with a third register (the destination twice);
-    # the instructions have two operands and the assembler refuses three.
+    # objdump prints VQABS and VQNEG with a third register (read from the Qn field,
+    # which these forms do not have); they have two operands and the assembler
+    # refuses three.
     a, b = normalise(ours), normalise(theirs)
     return (re.fullmatch(r"vq(abs|neg)[te]?\.s(8|16|32)", a[0]) is not None and a[0] == b[0]
-            and len(b[1]) == 3 and b[1][0] == b[1][1] == a[1][0] and b[1][2] == a[1][1])
+            and len(b[1]) == 3 and b[1][0] == a[1][0] and b[1][2] == a[1][1] and b[1][1].startswith("q"))
 
 
 def narrowing_shift_count(ours, theirs):

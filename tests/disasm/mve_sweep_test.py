@@ -74,25 +74,38 @@ def instructions():
 def owner(w, ours, theirs):
     """Who owns a word that is not MVE's: the floating-point unit, the generic
     coprocessor forms, or None for MVE or nobody."""
-    if (w >> 16) & 0x0F00 != 0x0F00 and (w >> 8) & 0xF < 8:
-        # coprocessors 0 to 7 (objdump names some after the FPA and Maverick units)
-        return "generic coprocessor"
+    if any(MVE_TEXT.search(t) for t in (ours, theirs)):
+        return None
+    if (w >> 16) & 0x0F00 != 0x0F00 and (w >> 8) & 0xF < 14:
+        # coprocessors 0 to 13 outside the vector space: the generic forms (objdump
+        # names some after the FPA and Maverick units) and the floating-point unit's
+        return "generic coprocessor" if (w >> 8) & 0xF < 8 or not fp_unit(ours, theirs) else "floating-point unit's"
+    if fp_unit(ours, theirs):
+        return "floating-point unit's"
+    if (w >> 16) & 0xEFE0 == 0xEC40:
+        return "generic coprocessor"  # MCRR(2)/MRRC(2) of coprocessors 14 and 15
+    return None
+
+
+# Texts of the vector extension: q registers or its lane, predication forms.
+MVE_TEXT = re.compile(r"\bq\d|^vp(st|not)|^vmov\.[su]?(8|16)\s")
+
+
+def fp_unit(ours, theirs):
     for text in (theirs, ours):
         m = text.split()[0] if text.split() else ""
-        if sweeplib.COPROCESSOR.match(m):
-            return "generic coprocessor"
         if FP_UNIT_NAMES.match(m) and not re.match(r"v(ld|st)r[bhwd]", m):
-            return "floating-point unit's"
+            return True
         # 32-bit lane moves and the single/double register forms
         if m.startswith("v") and (SCALAR_REGISTER.search(text) or re.match(r"vmov\.32\s", text)):
-            return "floating-point unit's"
-    return None
+            return True
+    return False
 
 
 def outside(w):
     """Why we leave a word undefined that objdump decodes, where a rule of the
     profile says so."""
-    if w & 0xFF000F1F == 0xEE000B10 and (w >> 16) & 0xF | (w >> 3) & 0x10 >= 16:
+    if w & 0xFF000F1F == 0xEE000B10 and ((w >> 16) & 0xF | (w >> 3) & 0x10) >= 16:
         # the lane moves of d16 to d31: the M profile's vector registers are q0 to
         # q7 (d0 to d15); objdump and the assembler take the higher numbers
         return "lane of a register the M profile lacks"
