@@ -449,7 +449,51 @@ protected:
     // ---- end of the floating-point forms ----
 
     // ---- The M-profile vector extension (mve*.cpp) ----
+public:
+    // Operands of MVE forms are VReg values (q registers) or core register numbers;
+    // kMveZeroRegister is the "zr" of the compares with a scalar.
+    static constexpr int kMveZeroRegister = 16;
+    // What follows the register operands of a data-processing form.
+    enum MveTail : uint8_t {
+        MveNoTail,        // registers only
+        MveImmediateTail, // ", #n" (shift counts, rotations, increments)
+        MveModifiedTail,  // ", #value" of the modified immediate (64 bits for .i64)
+        MveFloatTail,     // ", #" and the 8-bit floating-point immediate
+        MveRotationTail,  // ", #0" to ", #270", in degrees
+    };
+    // One MVE data-processing instruction as decoded: the mnemonic, the element type
+    // (kind "s", "u", "i", "f", "p" or "" for a plain size, and its bits; a
+    // conversion's source type in the second pair, 0 bits for none), the condition
+    // of a compare (-1 for none), the operands in printing order (count of them)
+    // and the immediate of the tail.
+    struct MveOperation {
+        const char* name = nullptr;
+        const char* kind = "";
+        int bits = 0;
+        const char* fromKind = "";
+        int fromBits = 0;
+        int condition = -1;
+        int count = 0;
+        int operands[4] = {};
+        uint8_t tail = MveNoTail;
+        uint64_t immediate = 0;
+    };
 
+protected:
+    virtual void emitMveData(const MveOperation& op) = 0;
+    // VPT (compare set) and VPST (compare null); mask as the encoding's M3..M0.
+    virtual void emitMvePredicate(int mask, const MveOperation* compare) = 0;
+    // VLDR/VSTR of vectors. memoryBits 8 to 64 (vldrb..vldrd); kind and elementBits the
+    // element type ("" for stores); base a core register or a q register (vector
+    // base); offsetVector the q register of a gather or scatter (-1 for an immediate
+    // offset) with its UXTW shift; offset in bytes, negative when subtracted.
+    virtual void emitMveLoadStore(bool load, int memoryBits, const char* kind, int elementBits, int qd, int base,
+                                  int offsetVector, int shift, int32_t offset, bool index, bool writeback) = 0;
+    // VLD2x/VLD4x and VST2x/VST4x: pattern 2 or 4, stage 0 to 3, size the 2-bit
+    // field (3 is reserved and printed so).
+    virtual void emitMveInterleave(bool load, int pattern, int stage, int size, int qd, int rn, bool writeback) = 0;
+    // VMOV of lanes 2 and 0 (upper false) or 3 and 1 of qd with two core registers.
+    virtual void emitMveLanePair(bool toVector, int qd, bool upper, int rt, int rt2) = 0;
     // ---- end of the M-profile vector extension ----
 
     // ---- decode state ----
@@ -597,6 +641,16 @@ private:
     // The coprocessor and vector spaces of 32-bit Thumb at v8.1-M; false leaves the
     // encoding to the floating-point and generic coprocessor forms.
     bool decodeMve(uint32_t first, uint32_t second);
+    // The groups of the extension, each on the whole word (first halfword << 16 |
+    // second): loads, stores and the two-lane moves; predication and compares;
+    // lane moves and VDUP; the data-processing table.
+    bool decodeMveLoadStore(uint32_t insn);
+    bool decodeMvePredicate(uint32_t insn);
+    bool decodeMveTransfer(uint32_t insn);
+    bool decodeMveData(uint32_t insn);
+    // VPT and VPST open a block of one to four instructions whose "then" and "else"
+    // the mask gives.
+    void startPredicationBlock(int mask);
     // ---- end of the M-profile vector extension ----
 
     // A floating-point register from its four-bit field and its extra bit: Vd:D for a

@@ -469,7 +469,15 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
             // ADDS/SUBS Rd, Rn, #imm3 with Rd == Rn has a twin with an 8-bit immediate,
             // and the assembler picks the twin: only the raw encoding keeps the bytes.
             const bool twin = thumb && !wide && (first & 0xFC00) == 0x1C00 && (first & 7) == ((first >> 3) & 7);
-            if (twin || strstr(insn, "undefined opcode") || strstr(insn, "???") || roundedImmediate(insn)) {
+            // "??" and "???" stand for reserved element sizes, which no assembler takes.
+            // The assembler writes other bytes for the MVE VCVTB/VCVTT (it doubles
+            // their q register numbers) and VQSHRN/VQSHRUN (it writes the rounding
+            // forms): those keep their bytes too.
+            const bool misencoded = wide && ((!strncmp(insn, "vcvtb", 5) || !strncmp(insn, "vcvtt", 5)) ?
+                                                 strstr(insn, " q") != nullptr :
+                                                 !strncmp(insn, "vqshrn", 6) || !strncmp(insn, "vqshrun", 7));
+            if (twin || misencoded || strstr(insn, "undefined opcode") || strstr(insn, "??") ||
+                roundedImmediate(insn)) {
                 // Encodings without a mnemonic, or whose text the assembler would not
                 // read back to them, keep their bytes and stay code.
                 if (!thumb)

@@ -56,6 +56,16 @@ void ARMInstructionSetDisassembler::immediate(int64_t value)
 
 void ARMInstructionSetDisassembler::mnemonic(const char* name)
 {
+    // An MVE predication block (outside IT blocks) puts each instruction's "t" or
+    // "e" before the first "." of its mnemonic, or at its end.
+    if (predicationCount > 0 && !inItBlock()) {
+        const char* s = name;
+        while (*s && *s != '.')
+            put(*s++);
+        put(takePredicationLetter());
+        put(s);
+        return;
+    }
     put(name);
     if (inItBlock()) {
         put(kConditions[itState >> 4]);
@@ -75,8 +85,15 @@ void ARMInstructionSetDisassembler::advanceItState()
         itState = 0;
     else
         itState = (itState & 0xE0) | ((itState << 1) & 0x1F);
-    if (predicationCount > 0)
-        --predicationCount;
+}
+
+char ARMInstructionSetDisassembler::takePredicationLetter()
+{
+    const char letter = thenFlags[0] ? 't' : 'e';
+    for (int i = 0; i < 3; ++i)
+        thenFlags[i] = thenFlags[i + 1];
+    --predicationCount;
+    return letter;
 }
 
 void ARMInstructionSetDisassembler::reg(int r) { put(kRegisters[r & 15]); }
@@ -102,7 +119,9 @@ bool ARMInstructionSetDisassembler::printLiteralAddress(uint32_t, int) { return 
 
 void ARMInstructionSetDisassembler::emitUndefined()
 {
-    // An undefined encoding still takes its place in an IT block.
+    // An undefined encoding still takes its place in an IT or predication block.
+    if (predicationCount > 0 && !inItBlock())
+        takePredicationLetter();
     advanceItState();
     put("undefined opcode");
 }

@@ -143,7 +143,16 @@ protected:
     // ---- end of the floating-point forms ----
 
     // ---- The M-profile vector extension (armtextprinter_mve*.cpp) ----
-
+    void emitMveData(const MveOperation& op) override;
+    void emitMvePredicate(int mask, const MveOperation* compare) override;
+    void emitMveLoadStore(bool load, int memoryBits, const char* kind, int elementBits, int qd, int base,
+                          int offsetVector, int shift, int32_t offset, bool index, bool writeback) override;
+    void emitMveInterleave(bool load, int pattern, int stage, int size, int qd, int rn, bool writeback) override;
+    void emitMveLanePair(bool toVector, int qd, bool upper, int rt, int rt2) override;
+    // The mnemonic with its type suffixes, through mnemonic() (predication letters).
+    void mveMnemonic(const char* name, const char* kind, int bits, const char* fromKind = "", int fromBits = 0);
+    // A q register, a core register or "zr".
+    void mveOperand(int r);
     // ---- end of the M-profile vector extension ----
 
     // 32-bit Thumb data processing, multiplies and the shared A32 media forms.
@@ -235,6 +244,8 @@ protected:
     void floatImmediate(int imm8);
     // One instruction of an IT block has been printed: move to the next condition.
     void advanceItState();
+    // The "t" or "e" of the next instruction of an MVE predication block, which it uses up.
+    char takePredicationLetter();
     void reg(int r);
     void separator() { put(", "); }
     void registerList(uint32_t registers);

@@ -172,12 +172,9 @@ void ARMInstructionSetDecoder::decodeThumb16Misc(uint32_t insn)
                 return;
             }
             emitIfThen(int(firstCond), int(mask));
+            // The IT state alone gives the block's conditions; the predication
+            // letters are the MVE blocks'.
             itState = (firstCond << 4) | mask;
-            predicationCount = (mask & 1) ? 4 : (mask & 2) ? 3 : (mask & 4) ? 2 : 1;
-            // The first instruction is always "then"; the others are when their
-            // mask bit equals bit 0 of firstcond.
-            for (int i = 0; i < 4; ++i)
-                thenFlags[i] = i == 0 || (i < predicationCount && bit(mask, unsigned(4 - i)) == bit(firstCond, 0));
             return;
         }
         if (hasThumb2() || architecture == ArmLevel::V6M || architecture == ArmLevel::V8MBaseline) {

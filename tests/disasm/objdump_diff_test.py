@@ -242,6 +242,10 @@ def pc_relative(text):
 # ADDS/SUBS Rd, Rd, #imm3 (16-bit) has a twin with an 8-bit immediate that the
 # assembler prefers; the file output writes these as .inst.n to keep the bytes.
 IMM3_TWIN = re.compile(r"^(adds|subs) (r[0-7]), \2, #[0-7]$")
+# MVE texts the assembler writes other bytes for (VCVTB/VCVTT with q registers: it
+# doubles their numbers; VQSHRN/VQSHRUN: it writes the rounding forms); the file
+# output writes them raw.
+MVE_MISENCODED = re.compile(r"^(vcvt[bt][te]?\.f\d+\.f\d+ q|vqshru?n[bt][te]?\.)")
 
 
 def round_trip_items(section):
@@ -372,6 +376,8 @@ def main():
                 for f in failures:
                     if thumb and len(f[0]) == 2 and IMM3_TWIN.match(f[1]):
                         round_trip["imm3 twin"] += 1
+                    elif thumb and MVE_MISENCODED.match(f[1]):
+                        round_trip["imm3 twin"] += 1  # counted with the texts written raw
                     else:
                         trip_failures.append((name, march) + f)
 
