@@ -96,7 +96,9 @@ def compare_with_zero(ours, theirs):
 
 
 def post_indexed_by_zero(ours, theirs):
-    m = re.fullmatch(r"(v(ld|st)r\S* \S+ \[\w+\]), #-?0", ours)
+    """Also the pre-indexed zero written back, whose "!" objdump drops."""
+    m = re.fullmatch(r"(v(ld|st)r\S* \S+ \[\w+\]), #-?0", ours) or re.fullmatch(
+        r"(v(ld|st)r\S* \S+ \[\w+(, #-0)?\])!", ours)
     return bool(m) and sweeplib.normalise(theirs) == sweeplib.normalise(m.group(1))
 
 
@@ -141,9 +143,9 @@ CLASSES = [
      "generic coprocessor read into the flags, which gives the word back", flags_read_should_be_zero),
     ("compare with zero", "VCMP and VCMPE with zero print \"#0\", objdump \"#0.0\"; the assembler takes both",
      compare_with_zero),
-    ("post-indexed by zero",
-     "a system-register load or store post-indexed by zero keeps its \", #0\"; objdump drops it, and its text "
-     "would assemble to the plain offset form", post_indexed_by_zero),
+    ("written back by zero",
+     "a system-register load or store post-indexed or written back by zero keeps its \", #0\" or its \"!\"; "
+     "objdump drops them, and its text would assemble to the plain offset form", post_indexed_by_zero),
     ("generic coprocessor forms", "the differences of the generic coprocessor forms that the core sweeps name "
      "(a zero offset written back, the legacy coprocessors' names)", generic_coprocessor),
 ]

@@ -39,7 +39,10 @@ MARCHES = {
     None: ["armv8.6-a+crypto+fp16+fp16fml", "armv8.1-m.main+mve.fp+fp.dp"],
     "v7EM": ["armv7e-m -mfpu=fpv5-d16"],
     "v8M_Mainline": ["armv8-m.main -mfpu=fpv5-d16"],
-    "v8.1M_Mainline": ["armv8.1-m.main+mve.fp+fp.dp", "armv8.1-m.main+fp.dp"],
+    # With the vector extension the assembler writes "vcvtn.s32.f64" as VCVT (toward
+    # zero): the floating-point unit alone first, the vector extension's registers
+    # (VPR, P0) then.
+    "v8.1M_Mainline": ["armv8.1-m.main+fp.dp", "armv8.1-m.main+mve.fp+fp.dp"],
 }
 
 

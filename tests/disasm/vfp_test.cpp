@@ -10,6 +10,7 @@
 #include <string>
 
 #include "disasm/armdisassembler.h"
+#include "elf/elffile.h"
 
 namespace {
 
@@ -445,6 +446,30 @@ TEST(Vfp, LevelsAndReservedEncodings)
     };
     for (const auto& r : rows)
         EXPECT_EQ(r.isThumb ? thumb(r.word, r.level) : arm(r.word, r.level), r.text) << std::hex << r.word;
+}
+
+// The file output is assembled again: what the assembler cannot turn back into its
+// bytes is written as them. The corpus holds an immediate that six decimals cannot
+// hold (0.1328125) and register lists that no instruction can have.
+TEST(Vfp, FileOutputKeepsTheBytesOfTextsTheAssemblerCannotTake)
+{
+    ElfFile file;
+    file.load(QString::fromStdString(std::string(EDD_SOURCE_DIR) + "/tests/fixtures/disasm/vector-vfp.o"));
+    ARMDisassembler d(ArmLevel::Any, false, false);
+    char* text = nullptr;
+    size_t size = 0;
+    FILE* out = open_memstream(&text, &size);
+    ASSERT_NE(out, nullptr);
+    d.disassembleFile(out, file);
+    fclose(out);
+    const std::string listing(text, size);
+    free(text);
+    for (const char* line : {"\t.inst 0xEEF4AA01\n", "\t.inst.w 0xEEF4AA01\n", "\t.inst 0xECB00A00\n",
+                             "\t.inst 0xECB04B41\n", "\t.inst.w 0xED2D0A00\n", "\tvmov.f32 s18, #0.125000\n",
+                             "\tvmov.f64 d19, #-5.750000\n", "\tfldmfdx sp!, {d8-d15}\n"})
+        EXPECT_NE(listing.find(line), std::string::npos) << line;
+    EXPECT_EQ(listing.find("invalid register list"), std::string::npos);
+    EXPECT_EQ(listing.find("#0.132812"), std::string::npos);
 }
 
 TEST(Vfp, ConditionsInItBlocksGoBeforeTheTypeSuffix)
