@@ -6,7 +6,6 @@
 // ARMv6-M, ARMv7-M and ARMv8-M baseline have no unit.
 #include "disasm/armdecoder.h"
 
-using ArmBits::bit;
 using ArmBits::bits;
 
 bool ARMInstructionSetDecoder::vfpHas(int feature) const

@@ -376,6 +376,10 @@ TEST(Vfp, LevelsAndReservedEncodings)
         {false, ArmLevel::V7A, 0xEC9F0A01, "vldmia pc, {s0}"},
         {true, ArmLevel::V7EM, 0xEC9F0A01, "vldmia pc, {s0}"},
         {true, ArmLevel::V7EM, 0xEC9F0B02, "undefined opcode"},
+        // The read into the flags is written as objdump and the unified syntax write it
+        // at every level, the oldest included (the assembler takes "fmstat" as well).
+        {false, ArmLevel::V5TE, 0xEEF1FA10, "vmrs APSR_nzcv, fpscr"},
+        {true, ArmLevel::V7EM, 0xEEF1FA10, "vmrs APSR_nzcv, fpscr"},
         // VFPv2 (ARMv5TE, ARMv6): no VFPv3/v4 forms, sixteen doublewords, no lanes
         // but the 32-bit ones, no MVFR2.
         {false, ArmLevel::V5TE, 0xEE300A80, "vadd.f32 s0, s1, s0"},
@@ -485,6 +489,18 @@ TEST(Vfp, ConditionsInItBlocksGoBeforeTheTypeSuffix)
         out += std::string(text + 12) + ";";
     }
     EXPECT_EQ(out, "ite ne;vaddne.f32 s0, s1, s0;vsubeq.f64 d0, d1, d2;");
+
+    // Half precision inside an IT block is unpredictable: undefined, and the block
+    // goes on past it. itt eq; vadd.f16 s0, s0, s0; vaddeq.f32 s0, s0, s0
+    ARMDisassembler h(ArmLevel::V81MMainline, false, false);
+    const uint8_t half[] = {0x04, 0xBF, 0x30, 0xEE, 0x00, 0x09, 0x30, 0xEE, 0x00, 0x0A};
+    out.clear();
+    for (const auto& [at, size] : steps) {
+        char text[160];
+        ASSERT_GT(h.disassembleInstruction(at, half + at, true, text, sizeof text, size, nullptr), 0u);
+        out += std::string(text + 12) + ";";
+    }
+    EXPECT_EQ(out, "itt eq;undefined opcode;vaddeq.f32 s0, s0, s0;");
 }
 
 } // namespace
