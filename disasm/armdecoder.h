@@ -154,6 +154,19 @@ namespace Vfp {
 enum Size { Half = 1, Single = 2, Double = 3 };
 // The unconditional ARMv8 forms.
 enum V8Op { Vsel, Vmaxnm, Vminnm, Vrinta, Vrintn, Vrintp, Vrintm, Vcvta, Vcvtn, Vcvtp, Vcvtm, Vmovx, Vins };
+// What a level's floating-point unit has, in the order the architecture added it.
+enum Feature {
+    Vfpv2,     // VFPv2: the single and double forms, VLDM/VSTM, VMRS/VMSR, the 32-bit lanes
+    Vfpv3,     // VFPv3/v4: VMOV immediate, fixed-point VCVT, the fused multiply-adds
+    D32,       // d16 to d31
+    Simd,      // the 8- and 16-bit lanes and VDUP, moves of the Advanced SIMD unit
+    Armv8,     // VSEL, VMAXNM, VRINT, VCVTA.., conversions between double and half, MVFR2
+    HalfPrecision, // ARMv8.2 half precision: coprocessor 9, VINS, VMOVX
+    Javascript, // VJCVT
+    BFloat16,  // VCVTB/VCVTT.bf16.f32
+    LazyState, // ARMv8-M VLLDM, VLSTM
+    Mainline81, // ARMv8.1-M: VSCCLRM, the new system registers and their loads and stores
+};
 } // namespace Vfp
 
 namespace T32 {
@@ -419,7 +432,7 @@ protected:
     virtual void emitVectorProduct(int op, int vd, int vn, int vm, int index) = 0;
     // ---- end of the ARMv8 vector forms ----
 
-    // ---- Floating-point forms (vfpdata.cpp, vfptransfer.cpp); size is a Vfp::Size ----
+    // ---- Floating-point forms (vfp*.cpp); size is a Vfp::Size ----
     // VLDR/VSTR; offset in bytes.
     virtual void emitVfpLoadStore(bool load, int size, int vd, int rn, uint32_t offset, bool add) = 0;
     // VLDM/VSTM/VPUSH/VPOP; mode A32::Ia or A32::Db; legacy: the FLDMX/FSTMX forms (odd
@@ -445,6 +458,11 @@ protected:
     virtual void emitVfpSystemRegister(bool read, int reg, int rt) = 0;
     // VMOV between two core registers and two singles (vm the first) or a double.
     virtual void emitVfpCorePair(bool toCore, int vm, int rt, int rt2) = 0;
+    // VLLDM/VLSTM: the lazy floating-point state of the M profile, at [rn].
+    virtual void emitVfpLazyState(bool load, int rn) = 0;
+    // VLDR/VSTR of system register `reg` (VMRS numbering), offset in bytes.
+    virtual void emitVfpSystemLoadStore(bool load, int reg, int rn, uint32_t offset, bool index, bool add,
+                                        bool writeback) = 0;
 
     // ---- end of the floating-point forms ----
 
@@ -580,7 +598,19 @@ private:
     bool decodeVfpData(uint32_t insn);
     bool decodeVfpV8(uint32_t insn);
     bool decodeVfpTransfer(uint32_t insn);
+    bool decodeVfpSystemRegister(uint32_t insn);
     bool decodeVfpLoadStore(uint32_t insn);
+    bool decodeVfpMultiple(uint32_t insn);
+    bool decodeVfpCorePair(uint32_t insn);
+    // The M profile's system-register loads and stores (coprocessor 15's in Thumb).
+    bool decodeVfpSystemLoadStore(uint32_t insn);
+    // True when the level's floating-point unit has the Vfp::Feature.
+    bool vfpHas(int feature) const;
+    // A system register (VMRS numbering) the level has.
+    bool vfpSystemRegisterExists(uint32_t reg) const;
+    // Half-precision forms are unpredictable when conditional (in A32 a condition
+    // other than AL, in Thumb inside an IT block).
+    bool vfpConditionalHalf(uint32_t insn) const;
     // ---- end of floating-point ----
 
     // ---- Advanced SIMD data processing (neon*.cpp) ----
@@ -659,9 +689,9 @@ private:
     {
         return isDouble ? VReg::make(VReg::D, one << 4 | four) : VReg::make(VReg::S, four << 1 | one);
     }
-    // False for a register the level's unit lacks (the M profile has d0 to d15).
+    // False for a register the level's unit lacks (VFPv2 and the M profile have d0 to d15).
     bool vfpRegisterExists(int r) const
     {
-        return !(isMProfile() && VReg::kind(r) == VReg::D && VReg::number(r) >= 16);
+        return !(VReg::kind(r) == VReg::D && VReg::number(r) >= 16 && !vfpHas(Vfp::D32));
     }
 };

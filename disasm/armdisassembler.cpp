@@ -127,6 +127,21 @@ using namespace ElfShf;
 
 enum class Mode { Arm, Thumb, Data };
 
+// Texts that the assembler cannot turn back into their bytes: the undefined and
+// reserved encodings, a register list the instruction cannot have, and a
+// floating-point immediate whose six decimals do not hold its value (every such
+// value is a multiple of 1/128; eight magnitudes need a seventh decimal).
+bool textLosesBytes(const char* insn)
+{
+    if (strstr(insn, "undefined opcode") || strstr(insn, "???") || strstr(insn, "invalid register list"))
+        return true;
+    const char* hash = strrchr(insn, '#');
+    if (strncmp(insn, "vmov", 4) != 0 || !hash || !strchr(hash, '.'))
+        return false;
+    const double scaled = strtod(hash + 1, nullptr) * 128;
+    return scaled != double(int64_t(scaled));
+}
+
 // A mapping symbol ($a, $t, $d, or with a "." suffix) gives the instruction set of
 // what follows it; false for any other name.
 bool mappingMode(std::string_view name, Mode* mode)
@@ -249,24 +264,6 @@ bool emittedSymbol(const ElfSymbol* s)
     return s->name.substr(0, 17) != "BuildAttributes$$";
 }
 
-// A floating-point immediate is written with six decimals; the values of the 8-bit
-// immediates are multiples of 1/128, and those that need a seventh decimal
-// (0.1328125 and the like) are rounded in the text, which the assembler refuses.
-bool roundedImmediate(const char* insn)
-{
-    for (const char* hash = strchr(insn, '#'); hash; hash = strchr(hash + 1, '#')) {
-        const char* p = hash + 1 + (hash[1] == '-');
-        const size_t digits = strspn(p, "0123456789");
-        if (!digits || p[digits] != '.' || strspn(p + digits + 1, "0123456789") != 6)
-            continue;
-        // The number is a multiple of 1/128 when 128 times its six decimals is a
-        // multiple of 10^6.
-        const uint64_t fraction = strtoull(p + digits + 1, nullptr, 10);
-        if ((fraction * 128) % 1000000 != 0)
-            return true;
-    }
-    return false;
-}
 } // namespace
 
 void ARMDisassembler::disassembleFile(FILE* out, const ElfFile& file) { writeFile(out, file, false); }
@@ -477,7 +474,7 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
                                                  strstr(insn, " q") != nullptr :
                                                  !strncmp(insn, "vqshrn", 6) || !strncmp(insn, "vqshrun", 7));
             if (twin || misencoded || strstr(insn, "undefined opcode") || strstr(insn, "??") ||
-                roundedImmediate(insn)) {
+                textLosesBytes(insn)) {
                 // Encodings without a mnemonic, or whose text the assembler would not
                 // read back to them, keep their bytes and stay code.
                 if (!thumb)

@@ -126,7 +126,7 @@ protected:
     void emitVectorProduct(int op, int vd, int vn, int vm, int index) override;
     // ---- end of the ARMv8 vector forms ----
 
-    // ---- Floating-point forms (armtextprinter_vfp.cpp) ----
+    // ---- Floating-point forms (armtextprinter_vfp.cpp, armtextprinter_vfptransfer.cpp) ----
     void emitVfpLoadStore(bool load, int size, int vd, int rn, uint32_t offset, bool add) override;
     void emitVfpMultiple(bool load, int mode, bool legacy, int rn, bool writeback, int first, int count,
                          bool valid) override;
@@ -140,6 +140,9 @@ protected:
     void emitVfpDuplicate(int esize, int vd, int rt) override;
     void emitVfpSystemRegister(bool read, int sysReg, int rt) override;
     void emitVfpCorePair(bool toCore, int vm, int rt, int rt2) override;
+    void emitVfpLazyState(bool load, int rn) override;
+    void emitVfpSystemLoadStore(bool load, int sysReg, int rn, uint32_t offset, bool index, bool add,
+                                bool writeback) override;
     // ---- end of the floating-point forms ----
 
     // ---- The M-profile vector extension (armtextprinter_mve*.cpp) ----

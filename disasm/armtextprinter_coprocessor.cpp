@@ -90,15 +90,17 @@ void ARMInstructionSetDisassembler::emitCoprocessorLoadStore(bool two, bool load
     coprocessorRegister(crd);
     put(", [");
     reg(rn);
+    // Coprocessor 9 (the half-precision unit's) counts its offsets in halfwords.
+    const uint32_t offset = imm8 * (coproc == 9 ? 2 : 4);
     if (index && add && imm8 == 0 && !writeback) {
         put(']');
     } else if (index) {
         separator();
-        signedOffset(add, imm8 * 4);
+        signedOffset(add, offset);
         put(writeback ? "]!" : "]");
     } else if (writeback) {
         put("], ");
-        signedOffset(add, imm8 * 4);
+        signedOffset(add, offset);
     } else {
         // Unindexed: the 8-bit value goes to the coprocessor as it is.
         put("], {");

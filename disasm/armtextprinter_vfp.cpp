@@ -1,5 +1,6 @@
-// Text of the floating-point forms. The condition goes between the mnemonic and its
-// type suffix ("vaddeq.f32"), as the unified syntax writes it.
+// Text of the floating-point data-processing forms, and the register and immediate
+// operands that the vector printers share. The condition goes between the mnemonic
+// and its type suffix ("vaddeq.f32"), as the unified syntax writes it.
 #include <cstdio>
 
 #include "disasm/armtextprinter.h"
@@ -30,11 +31,6 @@ const char* const kToSigned[4] = {"", ".s32.f16", ".s32.f32", ".s32.f64"};
 const char* const kV8[13] = {"vsel",   "vmaxnm", "vminnm", "vrinta", "vrintn", "vrintp", "vrintm",
                              "vcvta",  "vcvtn",  "vcvtp",  "vcvtm",  "vmovx",  "vins"};
 const char* const kSelectConditions[4] = {"eq", "vs", "ge", "gt"};
-
-// System registers of VMRS/VMSR by their number; null where none is named.
-const char* const kSystemRegisters[16] = {"fpsid", "fpscr", "fpscr_nzcvqc", nullptr, nullptr, "mvfr2",
-                                          "mvfr1", "mvfr0", "fpexc",        nullptr, nullptr, nullptr,
-                                          "vpr",   "p0",    "fpcxt_ns",     "fpcxt_s"};
 
 // The magnitudes of the 8-bit floating-point immediates: row by the low four bits
 // (the fraction), column by bits 6..4 (the exponent). Bits 6..4 = b:c:d give the
@@ -85,82 +81,6 @@ void ARMInstructionSetDisassembler::floatImmediate(int imm8)
     snprintf(text, sizeof text, "%s%f", (imm8 & 0x80) ? "-" : "", double(kImmediates.value[imm8 & 15][imm8 >> 4 & 7]));
     put('#');
     put(text);
-}
-
-void ARMInstructionSetDisassembler::emitVfpLoadStore(bool load, int size, int vd, int rn, uint32_t offset, bool add)
-{
-    mnemonic(load ? "vldr" : "vstr");
-    if (size == Vfp::Half)
-        put(".16");
-    put(' ');
-    vectorRegister(vd);
-    separator();
-    if (rn == 15 && load) {
-        literalOperand(offset, add, size == Vfp::Half ? 2 : size == Vfp::Single ? 4 : 8);
-        return;
-    }
-    put('[');
-    reg(rn);
-    if (offset != 0 || !add) {
-        separator();
-        signedOffset(add, offset);
-    }
-    put(']');
-}
-
-void ARMInstructionSetDisassembler::emitVfpMultiple(bool load, int mode, bool legacy, int rn, bool writeback,
-                                                    int first, int count, bool valid)
-{
-    const bool increment = mode == A32::Ia;
-    if (legacy) {
-        // The FLDMX/FSTMX forms take their stack names on the stack pointer.
-        static const char* const names[8] = {"fstmdbx", "fstmiax", "fldmdbx", "fldmiax",
-                                             "fstmfdx", "fstmeax", "fldmeax", "fldmfdx"};
-        mnemonic(names[(rn == 13 && writeback ? 4 : 0) | (load ? 2 : 0) | (increment ? 1 : 0)]);
-    } else if (rn == 13 && writeback && load == increment) {
-        mnemonic(load ? "vpop" : "vpush");
-    } else {
-        static const char* const names[4] = {"vstmdb", "vstmia", "vldmdb", "vldmia"};
-        mnemonic(names[(load ? 2 : 0) | (increment ? 1 : 0)]);
-    }
-    put(' ');
-    if (!(rn == 13 && writeback && load == increment && !legacy)) {
-        reg(rn);
-        if (writeback)
-            put('!');
-        separator();
-    }
-    if (!valid) {
-        put("invalid register list");
-        return;
-    }
-    put('{');
-    vectorRegister(first);
-    if (count > 1) {
-        put('-');
-        vectorRegister(first + count - 1);
-    }
-    put('}');
-}
-
-void ARMInstructionSetDisassembler::emitVfpClearRegisters(int first, int count, bool valid)
-{
-    mnemonic("vscclrm");
-    put(' ');
-    if (!valid) {
-        put("invalid register list");
-        return;
-    }
-    put('{');
-    if (count > 0) {
-        vectorRegister(first);
-        if (count > 1) {
-            put('-');
-            vectorRegister(first + count - 1);
-        }
-        put(", ");
-    }
-    put("vpr }");
 }
 
 void ARMInstructionSetDisassembler::emitVfpThreeRegister(int op, int size, int vd, int vn, int vm)
@@ -262,93 +182,3 @@ void ARMInstructionSetDisassembler::emitVfpV8(int op, int size, int vd, int vn, 
     vectorRegister(vm);
 }
 
-void ARMInstructionSetDisassembler::emitVfpCoreSingle(bool toCore, int size, int sn, int rt)
-{
-    mnemonic("vmov");
-    if (size == Vfp::Half)
-        put(".f16");
-    put(' ');
-    if (toCore) {
-        reg(rt);
-        separator();
-        vectorRegister(sn);
-    } else {
-        vectorRegister(sn);
-        separator();
-        reg(rt);
-    }
-}
-
-void ARMInstructionSetDisassembler::emitVfpLane(bool toCore, int esize, bool isUnsigned, int dn, int index, int rt)
-{
-    mnemonic("vmov");
-    put('.');
-    if (toCore && esize < 32)
-        put(isUnsigned ? 'u' : 's');
-    decimal(uint32_t(esize));
-    put(' ');
-    if (toCore) {
-        reg(rt);
-        separator();
-    }
-    vectorRegister(dn);
-    put('[');
-    decimal(uint32_t(index));
-    put(']');
-    if (!toCore) {
-        separator();
-        reg(rt);
-    }
-}
-
-void ARMInstructionSetDisassembler::emitVfpDuplicate(int esize, int vd, int rt)
-{
-    mnemonic("vdup");
-    put('.');
-    decimal(uint32_t(esize));
-    put(' ');
-    vectorRegister(vd);
-    separator();
-    reg(rt);
-}
-
-void ARMInstructionSetDisassembler::emitVfpSystemRegister(bool read, int sysReg, int rt)
-{
-    mnemonic(read ? "vmrs" : "vmsr");
-    put(' ');
-    const char* name = kSystemRegisters[sysReg & 15];
-    if (read) {
-        if (rt == 15)
-            put("APSR_nzcv");
-        else
-            reg(rt);
-        separator();
-        put(name ? name : "?");
-    } else {
-        put(name ? name : "?");
-        separator();
-        reg(rt);
-    }
-}
-
-void ARMInstructionSetDisassembler::emitVfpCorePair(bool toCore, int vm, int rt, int rt2)
-{
-    mnemonic("vmov");
-    put(' ');
-    auto extension = [&] {
-        vectorRegister(vm);
-        if (VReg::kind(vm) == VReg::S) {
-            separator();
-            vectorRegister(vm + 1);
-        }
-    };
-    if (toCore) {
-        registers(rt, rt2);
-        separator();
-        extension();
-    } else {
-        extension();
-        separator();
-        registers(rt, rt2);
-    }
-}

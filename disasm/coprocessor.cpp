@@ -36,32 +36,44 @@ bool armVectorForm(uint32_t insn)
 void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
 {
     const int coproc = int(bits(insn, 11, 8));
-    if (coproc >= 9 && coproc <= 11 && decodeFloatingPoint(insn, two))
+    // Coprocessor 15's Thumb loads and stores included: the M profile's system registers.
+    if (((coproc >= 9 && coproc <= 11) || (coproc == 15 && !isArm)) && decodeFloatingPoint(insn, two))
         return;
     if (two && (coproc == 8 || coproc == 12 || coproc == 13) && decodeVectorComplex(insn))
         return;
     // The unconditional encodings are generic but for the data operations of 9 to
-    // 11, which belong to the floating-point unit, everything of 9, and the patterns
-    // of the ARMv8 vector forms in 8, 12 and 13 at the levels that have them. At
-    // v8.1-M the M-profile vector extension keeps 8 (its VCADD and VCMLA stand
-    // there) but for the two-register transfers; 12 and 13 are generic.
-    // The assembler takes the offsets of coprocessor 9's loads and stores in
-    // halfwords (the half-precision unit's), whatever the encoding.
+    // 11, which belong to the floating-point unit, and the patterns of the ARMv8
+    // vector forms in 8, 12 and 13 at the levels that have them. At v8.1-M the
+    // M-profile vector extension keeps 8 (its VCADD and VCMLA stand there) but for the
+    // two-register transfers; 12 and 13 are generic. Coprocessor 9's unconditional
+    // transfers, loads and stores stay generic (objdump and the assembler read them
+    // so), their offsets in halfwords.
     // Of the two-register transfers, only the pattern of VMOV between two core
     // registers and a doubleword or two singles (coprocessors 10 and 11, bits 7..6
     // clear, bit 4 set) is the floating-point unit's.
     const bool pair = bits(insn, 27, 21) == 0x62;
     const bool vectorPair = coproc >= 10 && coproc <= 11 && bits(insn, 7, 6) == 0 && bit(insn, 4);
-    // Coprocessor 9's two-register transfers and its reads into the flags are generic
-    // (objdump reads its other conditional forms as undefined).
-    const bool flagsRead = bits(insn, 27, 24) == 0xE && bit(insn, 4) && bit(insn, 20) && bits(insn, 15, 12) == 15;
-    const bool generic9 = coproc == 9 && (pair || (flagsRead && isArm));
+    // Coprocessor 9's two-register transfers are generic, and the reads into the flags
+    // of 9 to 11 that are no floating-point form (objdump reads the other
+    // conditional forms as undefined).
+    // (VMRS of another register than FPSCR into the flags stays undefined: the
+    // assembler refuses objdump's "vmrs pc, mvfr0".)
+    const bool vmrs = coproc == 10 && bits(insn, 23, 21) == 7 && !(insn & 0xEF);
+    const bool flagsRead =
+        bits(insn, 27, 24) == 0xE && bit(insn, 4) && bit(insn, 20) && bits(insn, 15, 12) == 15 && !vmrs;
+    const bool generic9 = (coproc == 9 && pair) || flagsRead;
     const bool vectorPattern = hasV8VectorForms() ? armVectorForm(insn) : hasV81M() && coproc == 8 && !pair;
-    // In Thumb the whole of coprocessor 9 stays with the vector forms.
     const bool vectorSpace = two ? ((coproc >= 9 && coproc <= 11 && bits(insn, 27, 24) == 0xE && !bit(insn, 4)) ||
-                                    coproc == 9 || ((coproc & 0xA) == 8 && vectorPattern))
+                                    ((coproc == 8 || coproc == 12 || coproc == 13) && vectorPattern))
                                  : (coproc >= 9 && coproc <= 11 && (!pair || vectorPair) && !generic9);
-    if (vectorSpace || (two && !hasV5())) {
+    // The M-profile assembler refuses the stack pointer as a transferred register
+    // (the architecture makes it unpredictable there); coprocessors 8 to 15 are the
+    // floating-point and vector units' neighbours.
+    const bool transfer = bits(insn, 27, 24) == 0xE && bit(insn, 4);
+    const bool mStackPointer = isMProfile() && coproc >= 8 &&
+                               ((transfer && bits(insn, 15, 12) == 13) ||
+                                (pair && (bits(insn, 15, 12) == 13 || bits(insn, 19, 16) == 13)));
+    if (vectorSpace || mStackPointer || (two && !hasV5())) {
         emitUndefined();
         return;
     }
@@ -102,7 +114,10 @@ void ARMInstructionSetDecoder::decodeCoprocessor(uint32_t insn, bool two)
     // Writing back to the PC is unpredictable, and the assembler refuses it.
     // In Thumb, coprocessor 15's transfers read as the M-profile system-register
     // loads and stores, which take their place.
-    if ((writeback && bits(insn, 19, 16) == 15) || (coproc == 15 && !two && !isArm)) {
+    // The assembler reads coprocessor 9's written-back offsets in words but its plain
+    // offsets in halfwords: only the plain ones give their bytes back.
+    if ((writeback && bits(insn, 19, 16) == 15) || (coproc == 15 && !two && !isArm) ||
+        (coproc == 9 && writeback && bits(insn, 7, 0))) {
         emitUndefined();
         return;
     }

@@ -128,11 +128,16 @@ void ARMInstructionSetDecoder::decodeThumb32Coprocessor(uint32_t first, uint32_t
     // The M profile keeps the conditional coprocessor encodings for its
     // floating-point, vector and custom-datapath extensions: only the
     // unconditional ones (cdp2, mcr2, ldc2...) are generic there, and the
-    // two-register transfers of coprocessors 0 to 7, which no extension takes.
-    const bool lowPair = (first & 0x0FE0) == 0x0C40 && bits(second, 11, 8) < 8;
-    if (isMProfile() && !bit(first, 12) && !lowPair) {
+    // two-register transfers that no extension takes (the floating-point unit's
+    // VMOV between two core registers and two extension registers aside).
+    if (isMProfile() && !bit(first, 12)) {
         const uint32_t coproc = bits(second, 11, 8);
-        if (!(coproc >= 9 && coproc <= 11 && decodeFloatingPoint(first << 16 | second, false)))
+        const bool pair = (first & 0x0FE0) == 0x0C40;
+        if (((coproc >= 9 && coproc <= 11) || coproc == 15) && decodeFloatingPoint(first << 16 | second, false))
+            return;
+        if (pair)
+            decodeCoprocessor(first << 16 | second, false);
+        else
             emitUndefined();
         return;
     }

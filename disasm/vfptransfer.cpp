@@ -1,6 +1,7 @@
-// Floating-point loads, stores and transfers of coprocessors 9 to 11: VLDR/VSTR,
-// the multiples, moves between core and extension registers, lane moves, VDUP and
-// the system registers. Bits 27..0 are laid out alike in A32 and 32-bit Thumb.
+// The floating-point spaces of coprocessors 9 to 11 split into their groups, and the
+// register transfers among them: moves between core and extension registers, lane
+// moves, VDUP and the system registers. Bits 27..0 are laid out alike in A32 and
+// 32-bit Thumb.
 #include "disasm/armdecoder.h"
 
 using ArmBits::bit;
@@ -8,6 +9,11 @@ using ArmBits::bits;
 
 bool ARMInstructionSetDecoder::decodeFloatingPoint(uint32_t insn, bool two)
 {
+    if (!vfpHas(Vfp::Vfpv2))
+        return false;
+    // Coprocessor 15's Thumb loads and stores: the M profile's system registers.
+    if (bits(insn, 11, 8) == 15)
+        return !two && !isArm && bits(insn, 27, 25) == 6 && decodeVfpSystemLoadStore(insn);
     if (bits(insn, 27, 24) == 0xE) {
         if (!bit(insn, 4))
             return two ? decodeVfpV8(insn) : decodeVfpData(insn);
@@ -21,45 +27,30 @@ bool ARMInstructionSetDecoder::decodeVfpTransfer(uint32_t insn)
     const uint32_t coproc = bits(insn, 11, 8), opc1 = bits(insn, 23, 21);
     const bool load = bit(insn, 20);
     const int rt = int(bits(insn, 15, 12));
-    // The PC is no operand of these moves, and the stack pointer only from ARMv8
-    // in Thumb.
-    const bool rtBad = rt == 15 || (!isArm && rt == 13 && !(architecture == ArmLevel::Any ||
-                                                              architecture >= ArmLevel::V8A));
+    // The PC and, in Thumb, the stack pointer are unpredictable operands of these
+    // moves, but the assembler takes both and writes these words, so they print.
     if (coproc != 11) {
-        if (opc1 == 0) {
-            if (bits(insn, 6, 5) || bits(insn, 3, 0) || rtBad)
-                return false;
-            emitVfpCoreSingle(load, coproc == 9 ? Vfp::Half : Vfp::Single,
-                              vfpRegister(false, bits(insn, 19, 16), bit(insn, 7)), rt);
-            return true;
-        }
-        if (opc1 != 7 || coproc != 10 || bits(insn, 7, 5) || bits(insn, 3, 0))
+        if (opc1 == 7 && coproc == 10)
+            return decodeVfpSystemRegister(insn);
+        if (opc1 != 0 || bits(insn, 6, 5) || bits(insn, 3, 0))
             return false;
-        // Register numbers 3, 4, 9 to 11 name no system register (objdump has no name for them).
-        const uint32_t reg = bits(insn, 19, 16);
-        static const uint16_t kNamed = 0xF1E7; // 0, 1, 2, 5, 6, 7, 8, 12, 13, 14, 15
-        if (!((kNamed >> reg) & 1))
+        // VMOV between a core register and a single, or its low half (coprocessor 9).
+        if (coproc == 9 && (!vfpHas(Vfp::HalfPrecision) || vfpConditionalHalf(insn)))
             return false;
-        // Only the status register reads into the flags (rt 15).
-        if ((rt == 15 && !(load && reg == 1)) || (rt == 13 && rtBad))
-            return false;
-        emitVfpSystemRegister(load, int(reg), rt);
+        emitVfpCoreSingle(load, coproc == 9 ? Vfp::Half : Vfp::Single,
+                          vfpRegister(false, bits(insn, 19, 16), bit(insn, 7)), rt);
         return true;
     }
-    if (bits(insn, 3, 0) || rtBad)
+    if (bits(insn, 3, 0))
         return false;
     const int dn = vfpRegister(true, bits(insn, 19, 16), bit(insn, 7));
     if (!vfpRegisterExists(dn))
         return false;
-    // The M profile's floating-point unit moves whole words only; the 8- and 16-bit
-    // lanes and VDUP belong to the vector extensions.
     if (!load && bit(insn, 23)) {
-        if (isMProfile())
-            return false;
         // VDUP from a core register: b:e (bits 22 and 5) give the size, Q (bit 21) a
         // quadword of even number.
         const uint32_t be = bit(insn, 22) << 1 | bit(insn, 5);
-        if (bit(insn, 6) || be == 3 || (bit(insn, 21) && (bits(insn, 19, 16) & 1)))
+        if (!vfpHas(Vfp::Simd) || bit(insn, 6) || be == 3 || (bit(insn, 21) && (bits(insn, 19, 16) & 1)))
             return false;
         const int vd = bit(insn, 21) ? VReg::make(VReg::Q, VReg::number(dn) >> 1) : dn;
         emitVfpDuplicate(be == 2 ? 8 : be == 1 ? 16 : 32, vd, rt);
@@ -80,60 +71,34 @@ bool ARMInstructionSetDecoder::decodeVfpTransfer(uint32_t insn)
     } else {
         return false;
     }
+    // The 32-bit lanes are VFPv2's (FMDLR and its kin); the 8- and 16-bit ones, read
+    // signed or unsigned, came with the Advanced SIMD unit.
     const bool isUnsigned = bit(insn, 23);
-    if ((isUnsigned && (!load || esize == 32)) || (isMProfile() && esize != 32))
+    if ((isUnsigned && (!load || esize == 32)) || (esize != 32 && !vfpHas(Vfp::Simd)))
+        return false;
+    // The assembler refuses a condition on the signed and unsigned reads of the 8-
+    // and 16-bit lanes, so those words could not be written back from their text.
+    if (load && esize != 32 && (isArm ? bits(insn, 31, 28) != 14 : inItBlock()))
         return false;
     emitVfpLane(load, esize, isUnsigned, dn, index, rt);
     return true;
 }
 
-bool ARMInstructionSetDecoder::decodeVfpLoadStore(uint32_t insn)
+bool ARMInstructionSetDecoder::decodeVfpSystemRegister(uint32_t insn)
 {
-    const uint32_t coproc = bits(insn, 11, 8);
-    const bool index = bit(insn, 24), add = bit(insn, 23), writeback = bit(insn, 21), load = bit(insn, 20);
-    const int rn = int(bits(insn, 19, 16));
-    const uint32_t imm8 = bits(insn, 7, 0);
-    if (!index && !add && !writeback) {
-        // The moves between two core registers and two singles or a double: bits 7..6
-        // clear, bit 4 set.
-        const int rt = int(bits(insn, 15, 12)), rt2 = rn;
-        if (!bit(insn, 22) || coproc == 9 || bits(insn, 7, 6) || !bit(insn, 4))
-            return false;
-        const bool spBad = !isArm && !(architecture == ArmLevel::Any || architecture >= ArmLevel::V8A);
-        if (rt == 15 || rt2 == 15 || (spBad && (rt == 13 || rt2 == 13)) || (load && rt == rt2))
-            return false;
-        const int vm = vfpRegister(coproc == 11, bits(insn, 3, 0), bit(insn, 5));
-        if ((coproc == 10 && VReg::number(vm) == 31) || !vfpRegisterExists(vm))
-            return false;
-        emitVfpCorePair(load, vm, rt, rt2);
-        return true;
-    }
-    const int size = int(coproc == 9 ? Vfp::Half : coproc == 10 ? Vfp::Single : Vfp::Double);
-    const int vd = vfpRegister(size == Vfp::Double, bits(insn, 15, 12), bit(insn, 22));
-    if (index && !writeback) {
-        if (!vfpRegisterExists(vd))
-            return false;
-        emitVfpLoadStore(load, size, vd, rn, imm8 * (size == Vfp::Half ? 2 : 4), add);
-        return true;
-    }
-    // The multiples: increment after (P = 0, U = 1) or decrement before with
-    // writeback (P = 1, U = 0, W = 1).
-    if (size == Vfp::Half || index == add || (writeback && rn == 15))
+    const bool read = bit(insn, 20);
+    const uint32_t reg = bits(insn, 19, 16);
+    const int rt = int(bits(insn, 15, 12));
+    if (bits(insn, 7, 5) || bits(insn, 3, 0) || !vfpSystemRegisterExists(reg))
         return false;
-    // A Thumb multiple has no PC base: the increment-after load from it without
-    // writeback is the M profile's VSCCLRM, which clears the registers and the VPR.
-    if (!isArm && rn == 15) {
-        if (!(load && add && !writeback) || !(isMProfile() || architecture == ArmLevel::Any))
-            return false;
-        const int count = int(size == Vfp::Double ? imm8 >> 1 : imm8);
-        const bool valid = !(size == Vfp::Double && (imm8 & 1)) && VReg::number(vd) + count <= (size == Vfp::Double ? 16 : 32);
-        emitVfpClearRegisters(vd, count, valid);
-        return true;
-    }
-    const bool legacy = size == Vfp::Double && (imm8 & 1);
-    const int count = int(size == Vfp::Double ? imm8 >> 1 : imm8);
-    const int limit = size == Vfp::Double && isMProfile() ? 16 : 32;
-    const bool valid = count != 0 && (size == Vfp::Single || count <= 16) && VReg::number(vd) + count <= limit;
-    emitVfpMultiple(load, index ? A32::Db : A32::Ia, legacy, rn, writeback, vd, count, valid);
+    // Only the status register reads into the flags (rt 15); nothing writes from
+    // the PC. The stack pointer in Thumb is never read into, and written from only
+    // by the A profile's ARMv8 to its own registers (as the assembler has it).
+    if (rt == 15 && !(read && reg == 1))
+        return false;
+    const bool mProfileRegister = reg == 2 || reg >= 12;
+    if (rt == 13 && !isArm && (read || isMProfile() || !vfpHas(Vfp::Armv8) || mProfileRegister))
+        return false;
+    emitVfpSystemRegister(read, int(reg), rt);
     return true;
 }
