@@ -318,11 +318,12 @@ TEST(Vfp, MProfileForms)
         {0xEDBD2F81, "vldr FPSCR, [sp, #4]!"},
         // Kept: objdump drops a zero post-index, and its text assembles to the offset form.
         {0xECBD2F80, "vldr FPSCR, [sp], #0"},
-        // Registers without a name, the PC as base, unindexed, MVE's bit 7 clear.
+        // Registers without a name, the PC as base, unindexed; with bit 7 clear the
+        // encoding is the vector extension's store.
         {0xED9A8FFC, "undefined opcode"},
         {0xED9F2F81, "undefined opcode"},
         {0xEC802F80, "undefined opcode"},
-        {0xED802F00, "undefined opcode"},
+        {0xED802F00, "vstrb.32 q1, [r0, #0]"},
         {0xEEF20A10, "vmrs r0, fpscr_nzcvqc"},
         {0xEEFC0A10, "vmrs r0, vpr"},
         {0xEEFD0A10, "vmrs r0, p0"},
