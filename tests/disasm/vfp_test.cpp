@@ -318,12 +318,10 @@ TEST(Vfp, MProfileForms)
         {0xEDBD2F81, "vldr FPSCR, [sp, #4]!"},
         // Kept: objdump drops a zero post-index, and its text assembles to the offset form.
         {0xECBD2F80, "vldr FPSCR, [sp], #0"},
-        // Registers without a name, the PC as base, unindexed; with bit 7 clear the
-        // encoding is the vector extension's store.
+        // Registers without a name, the PC as base, unindexed.
         {0xED9A8FFC, "undefined opcode"},
         {0xED9F2F81, "undefined opcode"},
         {0xEC802F80, "undefined opcode"},
-        {0xED802F00, "vstrb.32 q1, [r0, #0]"},
         {0xEEF20A10, "vmrs r0, fpscr_nzcvqc"},
         {0xEEFC0A10, "vmrs r0, vpr"},
         {0xEEFD0A10, "vmrs r0, p0"},
@@ -338,6 +336,10 @@ TEST(Vfp, MProfileForms)
         EXPECT_EQ(thumb(r.word, ArmLevel::V81MMainline), r.text) << std::hex << r.word;
         EXPECT_EQ(thumb(r.word), r.text) << "any level " << std::hex << r.word;
     }
+    // With bit 7 clear the encoding is no system register's: the vector extension's
+    // store where there is one.
+    EXPECT_EQ(thumb(0xED802F00, ArmLevel::V81MMainline), "vstrb.32 q1, [r0, #0]");
+    EXPECT_EQ(thumb(0xED802F00), "undefined opcode");
     // VLLDM with the PC, or with its other fields set.
     EXPECT_EQ(thumb(0xEC3F0A00, ArmLevel::V81MMainline), "undefined opcode");
     EXPECT_EQ(thumb(0xEC300A80, ArmLevel::V81MMainline), "undefined opcode");
