@@ -27,11 +27,13 @@ bool ARMInstructionSetDecoder::decodeMve(uint32_t first, uint32_t second)
     if (decoded)
         return true;
     // The extension takes the Advanced SIMD space whole (the M profile has no other
-    // use for it) and, among the unconditional coprocessor encodings, those of
-    // coprocessors 14 and 15 but the two-register transfers: what it leaves there is
-    // undefined, not a generic coprocessor form.
+    // use for it), among the unconditional coprocessor encodings those of
+    // coprocessors 14 and 15 but the two-register transfers, and among the
+    // conditional ones the two-register transfers of 14 and 15 (where its two-lane
+    // moves stand): what it leaves there is undefined, not a generic coprocessor form.
     const bool simdSpace = bits(first, 11, 8) == 0xF;
-    const bool extensionSpace = bit(first, 12) && bits(second, 11, 9) == 7 && (first & 0xFFE0) != 0xFC40;
+    const bool pair = (first & 0xEFE0) == 0xEC40;
+    const bool extensionSpace = bits(second, 11, 9) == 7 && (bit(first, 12) ? !pair : pair);
     if (simdSpace || extensionSpace) {
         emitUndefined();
         return true;
