@@ -14,6 +14,7 @@ bool ARMInstructionSetDecoder::decode(bool arm, uint32_t at, uint32_t instructio
     armCall = false;
     thumbCall = false;
     target = 0;
+    losesBytes = false;
     instructionStart = (!arm && pendingPrefix) ? at - 2 : at;
     if (arm) {
         pendingPrefix = false;

@@ -200,6 +200,11 @@ public:
         predicationCount = 0;
     }
     uint32_t itStateValue() const { return itState; }
+    // True when the text of the instruction just decoded is not one the assembler
+    // turns back into its bytes (an undefined or reserved encoding, a register list
+    // the instruction cannot have, an immediate six decimals cannot hold, a form the
+    // assembler mis-encodes): a listing shows it, an assembler source keeps the bytes.
+    bool textLosesBytes() const { return losesBytes; }
 
 protected:
     // ---- emit operations: one per instruction form, fields as extracted ----
@@ -530,6 +535,7 @@ protected:
     bool thenFlags[4] = {};
     uint32_t instructionStart = 0; // where the current instruction begins
     uint32_t prefixHalf = 0; // the first halfword of a pending 32-bit Thumb instruction
+    bool losesBytes = false; // see textLosesBytes()
 
     bool inItBlock() const { return (itState & 0xF) != 0; }
 

@@ -127,21 +127,6 @@ using namespace ElfShf;
 
 enum class Mode { Arm, Thumb, Data };
 
-// Texts that the assembler cannot turn back into their bytes: the undefined and
-// reserved encodings, a register list the instruction cannot have, and a
-// floating-point immediate whose six decimals do not hold its value (every such
-// value is a multiple of 1/128; eight magnitudes need a seventh decimal).
-bool textLosesBytes(const char* insn)
-{
-    if (strstr(insn, "undefined opcode") || strstr(insn, "???") || strstr(insn, "invalid register list"))
-        return true;
-    const char* hash = strrchr(insn, '#');
-    if (strncmp(insn, "vmov", 4) != 0 || !hash || !strchr(hash, '.'))
-        return false;
-    const double scaled = strtod(hash + 1, nullptr) * 128;
-    return scaled != double(int64_t(scaled));
-}
-
 // A mapping symbol ($a, $t, $d, or with a "." suffix) gives the instruction set of
 // what follows it; false for any other name.
 bool mappingMode(std::string_view name, Mode* mode)
@@ -466,15 +451,7 @@ void ARMDisassembler::writeFile(FILE* out, const ElfFile& file, bool listing)
             // ADDS/SUBS Rd, Rn, #imm3 with Rd == Rn has a twin with an 8-bit immediate,
             // and the assembler picks the twin: only the raw encoding keeps the bytes.
             const bool twin = thumb && !wide && (first & 0xFC00) == 0x1C00 && (first & 7) == ((first >> 3) & 7);
-            // "??" and "???" stand for reserved element sizes, which no assembler takes.
-            // The assembler writes other bytes for the MVE VCVTB/VCVTT (it doubles
-            // their q register numbers) and VQSHRN/VQSHRUN (it writes the rounding
-            // forms): those keep their bytes too.
-            const bool misencoded = wide && ((!strncmp(insn, "vcvtb", 5) || !strncmp(insn, "vcvtt", 5)) ?
-                                                 strstr(insn, " q") != nullptr :
-                                                 !strncmp(insn, "vqshrn", 6) || !strncmp(insn, "vqshrun", 7));
-            if (twin || misencoded || strstr(insn, "undefined opcode") || strstr(insn, "??") ||
-                textLosesBytes(insn)) {
+            if (twin || d.textLosesBytes()) {
                 // Encodings without a mnemonic, or whose text the assembler would not
                 // read back to them, keep their bytes and stay code.
                 if (!thumb)

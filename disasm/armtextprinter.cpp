@@ -123,6 +123,7 @@ void ARMInstructionSetDisassembler::emitUndefined()
     if (predicationCount > 0 && !inItBlock())
         takePredicationLetter();
     advanceItState();
+    losesBytes = true;
     put("undefined opcode");
 }
 
@@ -298,6 +299,7 @@ void ARMInstructionSetDisassembler::emitReverse(int op, int rd, int rm)
 {
     if (op == T16::RevReserved) {
         advanceItState();
+        losesBytes = true;
         put("???");
         return;
     }

@@ -1,11 +1,22 @@
 // Text of the M-profile vector extension. The type suffix is part of the mnemonic
 // handed to mnemonic(), which puts a predication block's "t" or "e" before its first
 // "." ("vaddt.i32").
+#include <cstring>
+
 #include "disasm/armtextprinter.h"
 
 void ARMInstructionSetDisassembler::mveMnemonic(const char* name, const char* kind, int bits, const char* fromKind,
                                                 int fromBits)
 {
+    // The reserved size's ".???" is no assembler's text, and the assembler writes
+    // other bytes for VCVTB/VCVTT (it doubles their q register numbers) and for
+    // VQSHRN/VQSHRUN (it writes the rounding forms): those keep their bytes.
+    static const char* const misencoded[] = {"vcvtb", "vcvtt", "vqshrnb", "vqshrnt", "vqshrunb", "vqshrunt"};
+    if (!strcmp(kind, "???"))
+        losesBytes = true;
+    for (const char* m : misencoded)
+        if (!strcmp(name, m))
+            losesBytes = true;
     char text[40];
     size_t n = 0;
     auto add = [&](const char* s) {
@@ -146,6 +157,7 @@ void ARMInstructionSetDisassembler::emitMveInterleave(bool load, int pattern, in
     // The reserved size 3 is printed as "??", a text no assembler takes: the file
     // output keeps such an instruction's bytes.
     static const char* const sizes[4] = {".8", ".16", ".32", ".??"};
+    losesBytes = losesBytes || size == 3;
     char name[12] = {'v', load ? 'l' : 's', load ? 'd' : 't', char('0' + pattern), char('0' + stage), '\0'};
     size_t n = 5;
     for (const char* s = sizes[size & 3]; *s; ++s)

@@ -77,10 +77,15 @@ void ARMInstructionSetDisassembler::typeSuffix(const char* kind, int bits)
 
 void ARMInstructionSetDisassembler::floatImmediate(int imm8)
 {
+    const double value = kImmediates.value[imm8 & 15][imm8 >> 4 & 7];
     char text[32];
-    snprintf(text, sizeof text, "%s%f", (imm8 & 0x80) ? "-" : "", double(kImmediates.value[imm8 & 15][imm8 >> 4 & 7]));
+    snprintf(text, sizeof text, "%s%f", (imm8 & 0x80) ? "-" : "", value);
     put('#');
     put(text);
+    // The values are multiples of 1/128: eight magnitudes need a seventh decimal,
+    // and their rounded text is no value the assembler can encode.
+    if (value * 1e6 != double(int64_t(value * 1e6)))
+        losesBytes = true;
 }
 
 void ARMInstructionSetDisassembler::emitVfpThreeRegister(int op, int size, int vd, int vn, int vm)

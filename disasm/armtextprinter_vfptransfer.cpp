@@ -59,6 +59,7 @@ void ARMInstructionSetDisassembler::emitVfpMultiple(bool load, int mode, bool le
         separator();
     }
     if (!valid) {
+        losesBytes = true;
         put("invalid register list");
         return;
     }
@@ -94,6 +95,7 @@ void ARMInstructionSetDisassembler::emitVfpClearRegisters(int first, int count, 
     mnemonic("vscclrm");
     put(' ');
     if (!valid) {
+        losesBytes = true;
         put("invalid register list");
         return;
     }
