@@ -21,29 +21,37 @@ import tempfile
 
 NEWLIB_V6M = "/usr/lib/arm-none-eabi/newlib/thumb/v6-m/nofp/libc.a"
 
-# (fixture, assembler architecture). The output carries no .arch, and at v6-M the
-# assembler spells "nop" as the old register move: v7-M keeps the hint.
+# (fixture, assembler architecture, our -arch level or None). The output carries no
+# .arch, and at v6-M the assembler spells "nop" as the old register move: v7-M keeps
+# the hint.
 FIXTURES = [
-    ("tests/fixtures/disasm/mixed.o", "armv7-a"),
-    ("tests/fixtures/disasm/mixed-be.o", "armv7-a -mbig-endian"),
-    ("tests/fixtures/elf/thumb.o", "armv7-m"),
-    ("tests/fixtures/disasm/t16-v6m.o", "armv7-m"),
-    ("tests/fixtures/disasm/a32.o", "armv7ve"),  # smc, hvc, eret, banked registers, pldw
-    ("tests/fixtures/disasm/a32-v4t.o", "armv7-a"),
-    ("tests/fixtures/disasm/a32-v5te.o", "armv7-a -mfpu=vfpv3"),  # mcrr p10 is a vmov
-    ("tests/fixtures/disasm/a32-v6.o", "armv7-a"),
-    ("tests/fixtures/disasm/a32-v8.o", "armv8-a+crc -mfpu=crypto-neon-fp-armv8"),
-    ("tests/fixtures/disasm/t32-v7m.o", "armv7-m"),
-    ("tests/fixtures/disasm/t32-v7em.o", "armv7e-m -mfpu=fpv5-d16"),
-    ("tests/fixtures/disasm/t32-v8m-base.o", "armv8-m.main"),
-    ("tests/fixtures/disasm/t32-v8m-main.o", "armv8-m.main+dsp -mfpu=fpv5-sp-d16"),
-    ("tests/fixtures/disasm/t32-v81m.o", "armv8.1-m.main+mve.fp+fp.dp+pacbti"),
-    ("tests/fixtures/disasm/it-blocks.o", "armv7-m"),
-    ("tests/fixtures/disasm/conditions.o", "armv7-a"),
-    ("tests/fixtures/disasm/registers.o", "armv7-a"),
-    ("tests/fixtures/disasm/vector-neon.o", "armv8.6-a+crypto+fp16+fp16fml"),
-    ("tests/fixtures/disasm/vector-neon-memory.o", "armv7-a -mfpu=neon"),
-    ("tests/fixtures/disasm/vector-dot.o", "armv8.6-a+crypto+fp16+fp16fml+i8mm"),
+    ("tests/fixtures/disasm/mixed.o", "armv7-a", None),
+    ("tests/fixtures/disasm/mixed-be.o", "armv7-a -mbig-endian", None),
+    ("tests/fixtures/elf/thumb.o", "armv7-m", None),
+    ("tests/fixtures/disasm/t16-v6m.o", "armv7-m", None),
+    ("tests/fixtures/disasm/a32.o", "armv7ve", None),  # smc, hvc, eret, banked registers, pldw
+    ("tests/fixtures/disasm/a32-v4t.o", "armv7-a", None),
+    ("tests/fixtures/disasm/a32-v5te.o", "armv7-a -mfpu=vfpv3", None),  # mcrr p10 is a vmov
+    ("tests/fixtures/disasm/a32-v6.o", "armv7-a", None),
+    ("tests/fixtures/disasm/a32-v8.o", "armv8-a+crc -mfpu=crypto-neon-fp-armv8", None),
+    ("tests/fixtures/disasm/t32-v7m.o", "armv7-m", None),
+    ("tests/fixtures/disasm/t32-v7em.o", "armv7e-m -mfpu=fpv5-d16", None),
+    ("tests/fixtures/disasm/t32-v8m-base.o", "armv8-m.main", None),
+    ("tests/fixtures/disasm/t32-v8m-main.o", "armv8-m.main+dsp -mfpu=fpv5-sp-d16", None),
+    ("tests/fixtures/disasm/t32-v81m.o", "armv8.1-m.main+mve.fp+fp.dp+pacbti", "v8.1M_Mainline"),
+    ("tests/fixtures/disasm/it-blocks.o", "armv7-m", None),
+    ("tests/fixtures/disasm/conditions.o", "armv7-a", None),
+    ("tests/fixtures/disasm/registers.o", "armv7-a", None),
+    # The floating-point and vector corpus: every form, size and type of each family.
+    ("tests/fixtures/disasm/vector-neon.o", "armv8.6-a+crypto+fp16+fp16fml", None),
+    ("tests/fixtures/disasm/vector-neon-memory.o", "armv7-a -mfpu=neon", None),
+    ("tests/fixtures/disasm/vector-dot.o", "armv8.6-a+crypto+fp16+fp16fml+i8mm", None),
+    ("tests/fixtures/disasm/vector-vfp.o", "armv8.6-a+crypto+fp16+fp16fml", None),
+    ("tests/fixtures/disasm/vector-vfp.o", "armv8.6-a+crypto+fp16+fp16fml", "v8A"),
+    # Without the vector extension: with it the assembler writes "vcvtn.s32.f64" as
+    # VCVT toward zero.
+    ("tests/fixtures/disasm/vector-vfp-m.o", "armv8.1-m.main+fp.dp", "v8.1M_Mainline"),
+    ("tests/fixtures/disasm/vector-mve.o", "armv8.1-m.main+mve.fp+fp.dp", "v8.1M_Mainline"),
 ]
 
 # Thumb-2 code: every second member of the ARMv7-M C library.
@@ -81,29 +89,31 @@ def main():
     tool, srcdir = sys.argv[1], sys.argv[2]
     failures = 0
     with tempfile.TemporaryDirectory() as work:
-        objects = [(os.path.join(srcdir, f), arch, None) for f, arch in FIXTURES]
+        objects = [(os.path.join(srcdir, f), arch, None, level) for f, arch, level in FIXTURES]
         if os.path.exists(NEWLIB_V6M):
             members = os.path.join(work, "newlib")
             os.mkdir(members)
             subprocess.run(["arm-none-eabi-ar", "x", NEWLIB_V6M], cwd=members, check=True)
             for name in sorted(os.listdir(members)):
-                objects.append((os.path.join(members, name), "armv7-m", "code"))
+                objects.append((os.path.join(members, name), "armv7-m", "code", None))
         if os.path.exists(NEWLIB_V7M):
             members = os.path.join(work, "newlib-v7m")
             os.mkdir(members)
             subprocess.run(["arm-none-eabi-ar", "x", NEWLIB_V7M], cwd=members, check=True)
             for name in sorted(os.listdir(members))[::2]:
-                objects.append((os.path.join(members, name), "armv7-m", "code"))
+                objects.append((os.path.join(members, name), "armv7-m", "code", None))
         if os.path.exists(NEWLIB_A32):
             members = os.path.join(work, "newlib-a32")
             os.mkdir(members)
             subprocess.run(["arm-none-eabi-ar", "x", NEWLIB_A32], cwd=members, check=True)
             for name in sorted(os.listdir(members))[::SAMPLE_STEP]:
-                objects.append((os.path.join(members, name), "armv7-a", "code"))
+                objects.append((os.path.join(members, name), "armv7-a", "code", None))
         checked = 0
-        for path, arch, only in objects:
+        for path, arch, only, level in objects:
             fixture = os.path.relpath(path, srcdir) if only is None else os.path.basename(path)
-            listing = subprocess.run([tool, "-disassemble", path], check=True, capture_output=True, text=True).stdout
+            levels = ["-arch", level] if level else []
+            listing = subprocess.run([tool, "-disassemble"] + levels + [path], check=True, capture_output=True,
+                                     text=True).stdout
             listing = re.sub(r" <[^>\n]*>", "", listing)
             src = os.path.join(work, "out.s")
             with open(src, "w") as f:
