@@ -9,39 +9,19 @@
 #include <vector>
 
 #include "disasm/armdisassembler.h"
+#include "tests/disasm/decode.h"
 
 namespace {
 
-// 32-bit Thumb encodings given as first halfword << 16 | second halfword, decoded
-// one after another by one disassembler (a block carries over); a value below
-// 0x10000 is a 16-bit halfword.
+// At v8.1-M, where the vector extension is.
 std::vector<std::string> thumbRun(const std::vector<uint32_t>& encodings, uint32_t level = ArmLevel::V81MMainline)
 {
-    ARMDisassembler d(level, false, false);
-    std::vector<std::string> out;
-    for (uint32_t encoding : encodings) {
-        uint8_t raw[4];
-        uint32_t available = 2;
-        if (encoding > 0xFFFF) {
-            raw[0] = uint8_t(encoding >> 16);
-            raw[1] = uint8_t(encoding >> 24);
-            raw[2] = uint8_t(encoding);
-            raw[3] = uint8_t(encoding >> 8);
-            available = 4;
-        } else {
-            raw[0] = uint8_t(encoding);
-            raw[1] = uint8_t(encoding >> 8);
-        }
-        char text[160];
-        const uint32_t n = d.disassembleInstruction(0, raw, true, text, sizeof text, available, nullptr);
-        out.push_back(n ? std::string(text + 12) : std::string());
-    }
-    return out;
+    return DecodeTest::thumbRun(encodings, level);
 }
 
 std::string thumb(uint32_t encoding, uint32_t level = ArmLevel::V81MMainline)
 {
-    return thumbRun({encoding}, level)[0];
+    return DecodeTest::thumb(encoding, level);
 }
 
 struct Row {

@@ -11,31 +11,14 @@
 #include <string>
 
 #include "disasm/armdisassembler.h"
+#include "tests/disasm/decode.h"
 
 namespace {
 
-std::string arm(uint32_t word, uint32_t level = ArmLevel::Any)
-{
-    ARMDisassembler d(level, false, false);
-    const uint8_t raw[4] = {uint8_t(word), uint8_t(word >> 8), uint8_t(word >> 16), uint8_t(word >> 24)};
-    char text[160];
-    const uint32_t n = d.disassembleInstruction(0, raw, false, text, sizeof text, 4, nullptr);
-    return n ? std::string(text + 12) : std::string();
-}
+using namespace DecodeTest;
 
 // The Thumb encoding of an A32 word of the space: 1111 001U becomes 111U 1111.
 uint32_t thumbOf(uint32_t word) { return 0xEF000000 | (word >> 24 & 1) << 28 | (word & 0x00FFFFFF); }
-
-// A 32-bit Thumb encoding given as first halfword << 16 | second halfword.
-std::string thumb(uint32_t encoding, uint32_t level = ArmLevel::Any)
-{
-    ARMDisassembler d(level, false, false);
-    const uint8_t raw[4] = {uint8_t(encoding >> 16), uint8_t(encoding >> 24), uint8_t(encoding),
-                            uint8_t(encoding >> 8)};
-    char text[160];
-    const uint32_t n = d.disassembleInstruction(0, raw, true, text, sizeof text, 4, nullptr);
-    return n ? std::string(text + 12) : std::string();
-}
 
 struct Row {
     uint32_t word;
@@ -574,44 +557,22 @@ TEST(Neon, Levels)
         EXPECT_EQ(thumb(thumbOf(0xF2000800), level), "undefined opcode") << level;
 }
 
-// A Thumb stream of halfwords decoded in order, the texts joined by ";".
-std::string thumbStream(std::initializer_list<uint16_t> halves)
-{
-    ARMDisassembler d(ArmLevel::Any, false, false);
-    std::string out;
-    uint8_t code[32];
-    size_t n = 0;
-    for (uint16_t h : halves) {
-        code[n++] = uint8_t(h);
-        code[n++] = uint8_t(h >> 8);
-    }
-    for (size_t at = 0; at < n;) {
-        const size_t size = (code[at + 1] >> 3) >= 0x1D ? 4 : 2;
-        char text[160];
-        if (d.disassembleInstruction(uint32_t(at), code + at, true, text, sizeof text, int32_t(size), nullptr) == 0)
-            break;
-        out += std::string(text + 12) + ";";
-        at += size;
-    }
-    return out;
-}
-
 // The condition of an IT block goes before the type suffix; the ARMv8 forms that the
 // architecture makes unconditional are unpredictable there (the assembler refuses
 // them), and stay undefined.
 TEST(Neon, ItBlocks)
 {
-    EXPECT_EQ(thumbStream({0xBF08, 0xEF01, 0x0802}), "it eq;vaddeq.i8 d0, d1, d2;");
-    EXPECT_EQ(thumbStream({0xBF14, 0xFFA2, 0x0962, 0xFFBB, 0x0701}),
+    EXPECT_EQ(thumbCode({0xBF08, 0xEF01, 0x0802}), "it eq;vaddeq.i8 d0, d1, d2;");
+    EXPECT_EQ(thumbCode({0xBF14, 0xFFA2, 0x0962, 0xFFBB, 0x0701}),
               "ite ne;vmulne.f32 q0, q1, d2[1];vcvteq.s32.f32 d0, d1;");
-    EXPECT_EQ(thumbStream({0xBF08, 0xEFA1, 0x0E02}), "it eq;vmulleq.p64 q0, d1, d2;");
-    EXPECT_EQ(thumbStream({0xBF08, 0xFFB0, 0x0300}), "it eq;undefined opcode;");
-    EXPECT_EQ(thumbStream({0xBF08, 0xFF01, 0x0F12}), "it eq;undefined opcode;");
-    EXPECT_EQ(thumbStream({0xBF08, 0xFFBA, 0x0540}), "it eq;undefined opcode;");
-    EXPECT_EQ(thumbStream({0xBF08, 0xFFBB, 0x0001}), "it eq;undefined opcode;");
-    EXPECT_EQ(thumbStream({0xBF08, 0xEF02, 0x0C44}), "it eq;undefined opcode;");
+    EXPECT_EQ(thumbCode({0xBF08, 0xEFA1, 0x0E02}), "it eq;vmulleq.p64 q0, d1, d2;");
+    EXPECT_EQ(thumbCode({0xBF08, 0xFFB0, 0x0300}), "it eq;undefined opcode;");
+    EXPECT_EQ(thumbCode({0xBF08, 0xFF01, 0x0F12}), "it eq;undefined opcode;");
+    EXPECT_EQ(thumbCode({0xBF08, 0xFFBA, 0x0540}), "it eq;undefined opcode;");
+    EXPECT_EQ(thumbCode({0xBF08, 0xFFBB, 0x0001}), "it eq;undefined opcode;");
+    EXPECT_EQ(thumbCode({0xBF08, 0xEF02, 0x0C44}), "it eq;undefined opcode;");
     // After the block the same encodings decode.
-    EXPECT_EQ(thumbStream({0xBF08, 0xBF00, 0xFFB0, 0x0300}), "it eq;nopeq;aese.8 q0, q0;");
+    EXPECT_EQ(thumbCode({0xBF08, 0xBF00, 0xFFB0, 0x0300}), "it eq;nopeq;aese.8 q0, q0;");
 }
 
 // The modified immediate of each op, cmode and byte, as the architecture's table

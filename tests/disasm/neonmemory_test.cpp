@@ -8,28 +8,16 @@
 #include <string>
 
 #include "disasm/armdisassembler.h"
+#include "tests/disasm/decode.h"
 
 namespace {
 
-std::string arm(uint32_t word, uint32_t level = ArmLevel::Any)
-{
-    ARMDisassembler d(level, false, false);
-    const uint8_t raw[4] = {uint8_t(word), uint8_t(word >> 8), uint8_t(word >> 16), uint8_t(word >> 24)};
-    char text[160];
-    const uint32_t n = d.disassembleInstruction(0, raw, false, text, sizeof text, 4, nullptr);
-    return n ? std::string(text + 12) : std::string();
-}
+using DecodeTest::arm;
 
 // The Thumb encoding of an A32 word of this space: 1111 0100 becomes 1111 1001.
 std::string thumb(uint32_t word, uint32_t level = ArmLevel::Any)
 {
-    const uint32_t encoding = 0xF9000000 | (word & 0x00FFFFFF);
-    ARMDisassembler d(level, false, false);
-    const uint8_t raw[4] = {uint8_t(encoding >> 16), uint8_t(encoding >> 24), uint8_t(encoding),
-                            uint8_t(encoding >> 8)};
-    char text[160];
-    const uint32_t n = d.disassembleInstruction(0, raw, true, text, sizeof text, 4, nullptr);
-    return n ? std::string(text + 12) : std::string();
+    return DecodeTest::thumb(0xF9000000 | (word & 0x00FFFFFF), level);
 }
 
 struct Row {

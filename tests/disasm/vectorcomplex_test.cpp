@@ -9,51 +9,11 @@
 #include <vector>
 
 #include "disasm/armdisassembler.h"
+#include "tests/disasm/decode.h"
 
 namespace {
 
-std::string arm(uint32_t word, uint32_t level = ArmLevel::Any)
-{
-    ARMDisassembler d(level, false, false);
-    const uint8_t raw[4] = {uint8_t(word), uint8_t(word >> 8), uint8_t(word >> 16), uint8_t(word >> 24)};
-    char text[160];
-    const uint32_t n = d.disassembleInstruction(0, raw, false, text, sizeof text, 4, nullptr);
-    return n ? std::string(text + 12) : std::string();
-}
-
-// A 32-bit Thumb encoding given as first halfword << 16 | second halfword; these
-// forms carry the A32 word's bits unchanged.
-std::string thumb(uint32_t encoding, uint32_t level = ArmLevel::Any)
-{
-    ARMDisassembler d(level, false, false);
-    const uint8_t raw[4] = {uint8_t(encoding >> 16), uint8_t(encoding >> 24), uint8_t(encoding),
-                            uint8_t(encoding >> 8)};
-    char text[160];
-    const uint32_t n = d.disassembleInstruction(0, raw, true, text, sizeof text, 4, nullptr);
-    return n ? std::string(text + 12) : std::string();
-}
-
-// A stretch of Thumb code, each instruction's text followed by ";".
-std::string thumbCode(const std::vector<uint16_t>& halves, uint32_t level)
-{
-    ARMDisassembler d(level, false, false);
-    std::vector<uint8_t> bytes;
-    for (uint16_t h : halves) {
-        bytes.push_back(uint8_t(h));
-        bytes.push_back(uint8_t(h >> 8));
-    }
-    std::string out;
-    for (uint32_t at = 0; at < bytes.size();) {
-        char text[160];
-        const uint32_t left = uint32_t(bytes.size() - at);
-        const uint32_t n = d.disassembleInstruction(at, bytes.data() + at, true, text, sizeof text, left, nullptr);
-        if (!n)
-            break;
-        out += std::string(text + 12) + ";";
-        at += (text[4] == ' ') ? 2 : 4;
-    }
-    return out;
-}
+using namespace DecodeTest;
 
 struct Row {
     uint32_t word;

@@ -10,29 +10,12 @@
 #include <string>
 
 #include "disasm/armdisassembler.h"
+#include "tests/disasm/decode.h"
 #include "elf/elffile.h"
 
 namespace {
 
-std::string arm(uint32_t word, uint32_t level = ArmLevel::Any, uint32_t address = 0)
-{
-    ARMDisassembler d(level, false, false);
-    const uint8_t raw[4] = {uint8_t(word), uint8_t(word >> 8), uint8_t(word >> 16), uint8_t(word >> 24)};
-    char text[160];
-    const uint32_t n = d.disassembleInstruction(address, raw, false, text, sizeof text, 4, nullptr);
-    return n ? std::string(text + 12) : std::string();
-}
-
-// A 32-bit Thumb encoding given as first halfword << 16 | second halfword.
-std::string thumb(uint32_t encoding, uint32_t level = ArmLevel::Any)
-{
-    ARMDisassembler d(level, false, false);
-    const uint8_t raw[4] = {uint8_t(encoding >> 16), uint8_t(encoding >> 24), uint8_t(encoding),
-                            uint8_t(encoding >> 8)};
-    char text[160];
-    const uint32_t n = d.disassembleInstruction(0, raw, true, text, sizeof text, 4, nullptr);
-    return n ? std::string(text + 12) : std::string();
-}
+using namespace DecodeTest;
 
 struct Row {
     uint32_t word;
