@@ -6,9 +6,10 @@
 using ArmBits::bit;
 using ArmBits::bits;
 
-// The A and R profiles from ARMv7 have the unit; ARMv8 adds rounding, directed
-// conversions, VMAXNM/VMINNM and the cryptographic forms; the half-precision and
-// BFloat16 arithmetic belongs to later A-profile versions only.
+// The A profile from ARMv7 and the R profile from ARMv8 have the unit, as for its
+// loads and stores; ARMv8 adds rounding, directed conversions, VMAXNM/VMINNM and the
+// cryptographic forms; the half-precision and BFloat16 arithmetic belongs to later
+// A-profile versions only.
 bool ARMInstructionSetDecoder::hasNeonV8() const
 {
     return architecture == ArmLevel::Any || architecture == ArmLevel::V8A || architecture == ArmLevel::V8R;
@@ -25,12 +26,11 @@ bool ARMInstructionSetDecoder::decodeNeonData(uint32_t insn)
 {
     switch (architecture) {
     case ArmLevel::Any:
-    case ArmLevel::V7R:
     case ArmLevel::V7A:
     case ArmLevel::V8A:
     case ArmLevel::V8R:
         break;
-    default: // no Advanced SIMD unit before ARMv7, none in the M profile
+    default: // no Advanced SIMD unit before ARMv7, none in ARMv7-R or the M profile
         return false;
     }
     if (!bit(insn, 23))

@@ -522,7 +522,7 @@ TEST(Neon, Levels)
         {0xF2000800, ArmLevel::V4T, false},
         {0xF2000800, ArmLevel::V6, false},
         {0xF2000800, ArmLevel::V6T2, false},
-        {0xF2000800, ArmLevel::V7R, true},
+        {0xF2000800, ArmLevel::V7R, false},
         {0xF2000800, ArmLevel::V7A, true},
         {0xF2000800, ArmLevel::V8A, true},
         {0xF2000800, ArmLevel::V8R, true},
