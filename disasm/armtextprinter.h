@@ -240,6 +240,10 @@ protected:
     // "s3", "d17", "q2" of a VReg value.
     void vectorRegister(int r);
     void vectorRegisters(int a, int b);
+    // A register and its lane, "d2[1]"; index -1 for the register alone.
+    void vectorLane(int r, int index);
+    // The registers first to first + count - 1: "d0-d3", or "d0" for one.
+    void vectorRange(int first, int count);
     // A data-type suffix: "." then the kind ("i", "s", "u", "f", "p", "bf", or "" for a
     // plain size) and the element size in bits: ".s16", ".bf16", ".32".
     void typeSuffix(const char* kind, int bits);

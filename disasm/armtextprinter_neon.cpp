@@ -60,10 +60,7 @@ void ARMInstructionSetDisassembler::emitNeonScalar(int op, int type, int esize, 
     neonMnemonic(op, type, esize);
     vectorRegisters(vd, vn);
     separator();
-    vectorRegister(dm);
-    put('[');
-    decimal(uint32_t(index));
-    put(']');
+    vectorLane(dm, index);
 }
 
 void ARMInstructionSetDisassembler::emitNeonShift(int op, int type, int esize, int vd, int vm, int amount)
@@ -132,11 +129,7 @@ void ARMInstructionSetDisassembler::emitNeonTable(bool extension, int vd, int dn
     put(".8 ");
     vectorRegister(vd);
     put(", {");
-    vectorRegister(dn);
-    if (length > 1) {
-        put('-');
-        vectorRegister(dn + length - 1);
-    }
+    vectorRange(dn, length);
     put("}, ");
     vectorRegister(dm);
 }
@@ -147,8 +140,7 @@ void ARMInstructionSetDisassembler::emitNeonDuplicateScalar(int esize, int vd, i
     put('.');
     decimal(uint32_t(esize));
     put(' ');
-    vectorRegisters(vd, dm);
-    put('[');
-    decimal(uint32_t(index));
-    put(']');
+    vectorRegister(vd);
+    separator();
+    vectorLane(dm, index);
 }

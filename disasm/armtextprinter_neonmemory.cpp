@@ -15,14 +15,9 @@ void ARMInstructionSetDisassembler::emitNeonLoadStore(bool load, int kind, int s
     put(" {");
     for (int i = 0; i < count; ++i) {
         put(i ? ", " : " ");
-        vectorRegister(VReg::make(VReg::D, uint32_t(first + i * spacing)));
-        if (kind == NeonStructure::AllLanes) {
+        vectorLane(VReg::make(VReg::D, uint32_t(first + i * spacing)), kind == NeonStructure::OneLane ? index : -1);
+        if (kind == NeonStructure::AllLanes)
             put("[]");
-        } else if (kind == NeonStructure::OneLane) {
-            put('[');
-            decimal(uint32_t(index));
-            put(']');
-        }
     }
     put(" }, [");
     reg(rn);

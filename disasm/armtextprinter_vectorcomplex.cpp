@@ -20,12 +20,7 @@ void ARMInstructionSetDisassembler::emitVectorComplex(bool add, int esize, int v
     put(' ');
     vectorRegisters(vd, vn);
     separator();
-    vectorRegister(vm);
-    if (index >= 0) {
-        put('[');
-        decimal(uint32_t(index));
-        put(']');
-    }
+    vectorLane(vm, index);
     // The rotation in degrees, always in decimal.
     put(", #");
     decimal(uint32_t(rotation));
@@ -39,10 +34,5 @@ void ARMInstructionSetDisassembler::emitVectorProduct(int op, int vd, int vn, in
     put(' ');
     vectorRegisters(vd, vn);
     separator();
-    vectorRegister(vm);
-    if (index >= 0) {
-        put('[');
-        decimal(uint32_t(index));
-        put(']');
-    }
+    vectorLane(vm, index);
 }

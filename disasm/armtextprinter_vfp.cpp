@@ -68,6 +68,25 @@ void ARMInstructionSetDisassembler::vectorRegisters(int a, int b)
     vectorRegister(b);
 }
 
+void ARMInstructionSetDisassembler::vectorLane(int r, int index)
+{
+    vectorRegister(r);
+    if (index >= 0) {
+        put('[');
+        decimal(uint32_t(index));
+        put(']');
+    }
+}
+
+void ARMInstructionSetDisassembler::vectorRange(int first, int count)
+{
+    vectorRegister(first);
+    if (count > 1) {
+        put('-');
+        vectorRegister(first + count - 1);
+    }
+}
+
 void ARMInstructionSetDisassembler::typeSuffix(const char* kind, int bits)
 {
     put('.');

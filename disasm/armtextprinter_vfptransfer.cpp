@@ -64,11 +64,7 @@ void ARMInstructionSetDisassembler::emitVfpMultiple(bool load, int mode, bool le
         return;
     }
     put('{');
-    vectorRegister(first);
-    if (count > 1) {
-        put('-');
-        vectorRegister(first + count - 1);
-    }
+    vectorRange(first, count);
     put('}');
 }
 
@@ -101,11 +97,7 @@ void ARMInstructionSetDisassembler::emitVfpClearRegisters(int first, int count, 
     }
     put('{');
     if (count > 0) {
-        vectorRegister(first);
-        if (count > 1) {
-            put('-');
-            vectorRegister(first + count - 1);
-        }
+        vectorRange(first, count);
         put(", ");
     }
     put("vpr }");
@@ -140,10 +132,7 @@ void ARMInstructionSetDisassembler::emitVfpLane(bool toCore, int esize, bool isU
         reg(rt);
         separator();
     }
-    vectorRegister(dn);
-    put('[');
-    decimal(uint32_t(index));
-    put(']');
+    vectorLane(dn, index);
     if (!toCore) {
         separator();
         reg(rt);

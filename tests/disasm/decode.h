@@ -8,6 +8,12 @@
 
 namespace DecodeTest {
 
+// An encoding and the text it must print.
+struct Row {
+    uint32_t word;
+    const char* text;
+};
+
 // An A32 word.
 inline std::string arm(uint32_t word, uint32_t level = ArmLevel::Any, uint32_t address = 0)
 {

@@ -24,10 +24,7 @@ std::string thumb(uint32_t encoding, uint32_t level = ArmLevel::V81MMainline)
     return DecodeTest::thumb(encoding, level);
 }
 
-struct Row {
-    uint32_t encoding;
-    const char* text;
-};
+using DecodeTest::Row;
 
 // objdump's texts, one row for each mnemonic with its type.
 const Row kForms[] = {
@@ -309,7 +306,7 @@ const Row kForms[] = {
 TEST(MveForms, PrintAsObjdump)
 {
     for (const Row& row : kForms)
-        EXPECT_EQ(thumb(row.encoding), row.text) << std::hex << row.encoding;
+        EXPECT_EQ(thumb(row.word), row.text) << std::hex << row.word;
 }
 
 // Where objdump is wrong: it reads the count of the saturating narrowing shifts
@@ -326,7 +323,7 @@ const Row kObjdumpWrong[] = {
 TEST(MveForms, FollowTheArchitectureWhereObjdumpIsWrong)
 {
     for (const Row& row : kObjdumpWrong)
-        EXPECT_EQ(thumb(row.encoding), row.text) << std::hex << row.encoding;
+        EXPECT_EQ(thumb(row.word), row.text) << std::hex << row.word;
 }
 
 // Reserved sizes are printed: the interleaving loads and stores with size 3 as
@@ -343,7 +340,7 @@ const Row kReserved[] = {
 TEST(MveForms, ReservedSizesArePrinted)
 {
     for (const Row& row : kReserved)
-        EXPECT_EQ(thumb(row.encoding), row.text) << std::hex << row.encoding;
+        EXPECT_EQ(thumb(row.word), row.text) << std::hex << row.word;
 }
 
 // Encodings the architecture forbids or the assembler cannot write back: left

@@ -20,11 +20,6 @@ using namespace DecodeTest;
 // The Thumb encoding of an A32 word of the space: 1111 001U becomes 111U 1111.
 uint32_t thumbOf(uint32_t word) { return 0xEF000000 | (word >> 24 & 1) << 28 | (word & 0x00FFFFFF); }
 
-struct Row {
-    uint32_t word;
-    const char* text;
-};
-
 // The groups in the order of the architecture's table: three registers of one length,
 // of different lengths, by a scalar, shifts, two registers, modified immediates,
 // VEXT, VTBL/VTBX, VDUP; first and last data type of each operation.

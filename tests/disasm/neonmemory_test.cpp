@@ -13,17 +13,13 @@
 namespace {
 
 using DecodeTest::arm;
+using DecodeTest::Row;
 
 // The Thumb encoding of an A32 word of this space: 1111 0100 becomes 1111 1001.
 std::string thumb(uint32_t word, uint32_t level = ArmLevel::Any)
 {
     return DecodeTest::thumb(0xF9000000 | (word & 0x00FFFFFF), level);
 }
-
-struct Row {
-    uint32_t word;
-    const char* text;
-};
 
 const Row kMultiple[] = {
     // Every type field: VLD4 and VLD4 spaced, VLD1 of four, VLD2 of two pairs, VLD3

@@ -15,11 +15,6 @@ namespace {
 
 using namespace DecodeTest;
 
-struct Row {
-    uint32_t word;
-    const char* text;
-};
-
 const Row kRows[] = {
     {0xFCA10802, "vcmla.f16 d0, d1, d2, #90"},
     {0xFDB20844, "vcmla.f32 q0, q1, q2, #270"},

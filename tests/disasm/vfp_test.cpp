@@ -17,11 +17,6 @@ namespace {
 
 using namespace DecodeTest;
 
-struct Row {
-    uint32_t word;
-    const char* text;
-};
-
 // A32 encodings; the same forms in Thumb carry the same bits 27..0.
 const Row kRows[] = {
     {0xEE300A80, "vadd.f32 s0, s1, s0"},
